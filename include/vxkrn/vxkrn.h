@@ -1,0 +1,11 @@
+/* vxkrn: bitmap kernel library. Include this one header.
+ * See docs/guide.md for building, linking and the platform notes. */
+#ifndef VXKRN_VXKRN_H
+#define VXKRN_VXKRN_H
+
+#include <vxkrn/types.h>
+#include <vxkrn/bitmap.h>
+#include <vxkrn/system.h>
+#include <vxkrn/palette.h>
+
+#endif /* VXKRN_VXKRN_H */

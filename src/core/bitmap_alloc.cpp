@@ -1,0 +1,170 @@
+// Storage of a bitmap: choosing the kind from the memory type, allocating,
+// freeing and changing the height in place.
+#include <array>
+#include <cstring>
+
+#include "core/bitmap_core.h"
+#include "core/checks.h"
+#include "core/thread_state.h"
+#include "platform/heap.h"
+#include "vxkrn/bitmap.h"
+
+using namespace vxkrn::core;
+using vxkrn::platform::SystemBlock;
+
+namespace {
+
+// The memory type after its modifier bits are applied, or 0 when it is not
+// accepted for this depth.
+int32_t resolve_memory_type(int32_t type, int32_t bits_per_pixel) {
+  if (type & MEM_MOD_COMPRESS)
+    type = bits_per_pixel == 1 ? MEM_COMPRESSED : type & ~MEM_MOD_COMPRESS;
+  if (type & MEM_MOD_SUPER) {
+    const bool keeps = bits_per_pixel == 1 || bits_per_pixel == 8 || bits_per_pixel == 24;
+    if (!keeps)
+      type &= ~MEM_MOD_SUPER;
+    else if (type != MEM_SUPER && type != MEM_SUPER_OR_CONVENTIONAL)
+      return 0;
+  }
+  switch (type) {
+    case MEM_CONVENTIONAL:
+    case MEM_USER:
+    case MEM_DISK:
+    case 8:
+    case 9:
+    case MEM_TEMP_FILE:
+    case MEM_NO_DISK:
+    case MEM_COMPRESSED:
+    case MEM_SUPER:
+    case MEM_SUPER_OR_CONVENTIONAL:
+      return type;
+    default:
+      return 0;
+  }
+}
+
+constexpr std::array<std::uint8_t, 256> kIdentityMap = [] {
+  std::array<std::uint8_t, 256> map{};
+  for (int i = 0; i < 256; ++i)
+    map[i] = static_cast<std::uint8_t>(i);
+  return map;
+}();
+
+// What allocation decided, written to the record only on success.
+struct NewStorage {
+  void *storage = nullptr;
+  std::uint8_t *data = nullptr;
+  std::uint32_t align_offset = 0;
+  std::uint32_t flags = 0;
+  bool sets_align_offset = false;
+};
+
+// One zero-filled block of Size + 31 bytes. False when it cannot be had.
+bool allocate_memory_block(const BitmapHandle &bitmap, NewStorage &out) {
+  void *block = vxkrn::platform::sys_alloc(
+      vxkrn::platform::checked_product(std::uint64_t{bitmap.Size} + 31, 1));
+  if (!block) return false;
+  const MemoryBlock aligned = aligned_in(block);
+  out = NewStorage{block, aligned.data, aligned.align_offset, FLAG_ALLOCATED | FLAG_CONVENTIONAL,
+                   true};
+  return true;
+}
+
+ResultCode create_storage(const BitmapHandle &bitmap, int32_t type, NewStorage &out) {
+  switch (type) {
+    case MEM_USER:
+      out = NewStorage{nullptr, nullptr, 0, FLAG_ALLOCATED | FLAG_CONVENTIONAL | FLAG_USER_MEMORY,
+                       false};
+      return RC_SUCCESS;
+    case MEM_NO_DISK:
+    case MEM_CONVENTIONAL:
+    case 8:
+    case 9:
+      // Types 1, 8 and 9 fall back to a temporary file once disk storage
+      // exists; until then a block that cannot be had is out of memory.
+      return allocate_memory_block(bitmap, out) ? RC_SUCCESS : RC_NO_MEMORY;
+    default:
+      // Temporary files, compressed rows and codec strips are not built yet.
+      return RC_NO_MEMORY;
+  }
+}
+
+}  // namespace
+
+extern "C" {
+
+ResultCode V_AllocateBitmap(BitmapHandle *bitmap, int32_t memory_type) {
+  thread_state();
+  VXKRN_TRY(check_handle(bitmap, RC_INVALID_PARAMETER));
+  if (bitmap->Size == 0) return RC_EMPTY_AREA;
+  bitmap->Flags &= ~FLAG_STORAGE_MASK;
+  const int32_t type = resolve_memory_type(memory_type, bitmap->BitsPerPixel);
+  if (type == 0) return RC_INVALID_PARAMETER;
+
+  SystemBlock map(vxkrn::platform::sys_alloc(kIdentityMap.size()));
+  if (!map) return RC_NO_MEMORY;
+  std::memcpy(map.get(), kIdentityMap.data(), kIdentityMap.size());
+  NewStorage made;
+  VXKRN_TRY(create_storage(*bitmap, type, made));
+
+  bitmap->Storage = made.storage;
+  bitmap->Data = made.data;
+  if (made.sets_align_offset) bitmap->AlignOffset = made.align_offset;
+  bitmap->Flags |= made.flags;
+  bitmap->MapTable = static_cast<std::uint8_t *>(map.release());
+  return RC_SUCCESS;
+}
+
+void V_FreeBitmap(BitmapHandle *bitmap) {
+  if (check_handle(bitmap, RC_INVALID_PARAMETER) != RC_SUCCESS) return;
+  vxkrn::platform::sys_free(bitmap->Palette);
+  bitmap->Palette = nullptr;
+  switch (storage_kind(*bitmap)) {
+    case StorageKind::None:
+      return;
+    case StorageKind::User:
+      bitmap->Flags &= ~(FLAG_COMPRESSED | FLAG_CONVENTIONAL | FLAG_DISK | FLAG_USER_MEMORY);
+      break;
+    case StorageKind::Memory:
+      V_ReleaseBitmap(bitmap);
+      vxkrn::platform::sys_free(bitmap->Storage);
+      bitmap->Flags &= ~FLAG_CONVENTIONAL;
+      break;
+    case StorageKind::Compressed:
+    case StorageKind::SuperCompressed:
+    case StorageKind::Disk:
+      // No allocation path of this build makes these kinds; a record that
+      // claims one was not made here and its storage is not ours to free.
+      break;
+  }
+  bitmap->Flags &= ~FLAG_ALLOCATED;
+  V_FreeGrayParams(bitmap);
+}
+
+ResultCode V_ChangeBitmapHeight(BitmapHandle *bitmap, int32_t new_height) {
+  VXKRN_TRY(check_allocated_handle(bitmap, RC_INVALID_BITMAP, RC_INVALID_BITMAP));
+  if (bitmap->Flags & (FLAG_USER_MEMORY | FLAG_ACCESSED)) return RC_INVALID_PARAMETER;
+  if (new_height == bitmap->Height) return RC_SUCCESS;
+  if (new_height < 0) return RC_INVALID_PARAMETER;
+  if (new_height == 0) return RC_EMPTY_AREA;
+  if (storage_kind(*bitmap) != StorageKind::Memory) return RC_INVALID_BITMAP;
+
+  const std::uint64_t count =
+      static_cast<std::uint64_t>(bitmap->BytesPerLine) * static_cast<std::uint64_t>(new_height) +
+      bitmap->AlignOffset;
+  if (count != bitmap->Size) {
+    void *block = vxkrn::platform::heap_realloc(vxkrn::platform::Heap::System, bitmap->Storage,
+                                                vxkrn::platform::checked_product(count, 1));
+    if (!block) return RC_NO_MEMORY;
+    const MemoryBlock aligned = aligned_in(block);
+    bitmap->Storage = block;
+    bitmap->Data = aligned.data;
+    bitmap->AlignOffset = aligned.align_offset;
+  }
+  // Size now includes AlignOffset, and a count beyond the cap is not an error.
+  bitmap->Size = capped_size(count);
+  bitmap->Height = new_height;
+  return RC_SUCCESS;
+}
+
+}  // extern "C"

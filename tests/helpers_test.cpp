@@ -1,0 +1,72 @@
+// Shared helpers checked against their definitions over their domains.
+#include <bit>
+#include <cmath>
+#include <random>
+
+#include "support/test_support.h"
+
+namespace {
+
+long double exact_sine(int angle) {
+  const long double pi = std::acos(-1.0L);
+  return 16384.0L * std::sin(static_cast<long double>(angle) * pi / 18000.0L);
+}
+
+TEST(Trig, MatchesRoundedSineAndCosineEverywhere) {
+  for (int angle = 0; angle <= 36000; ++angle) {
+    ASSERT_EQ(V_SinValue(angle), std::lround(exact_sine(angle))) << angle;
+    ASSERT_EQ(V_CosValue(angle), std::lround(exact_sine(angle + 9000))) << angle;
+  }
+  EXPECT_EQ(V_SinValue(3000), 8192);
+  EXPECT_EQ(V_SinValue(4500), 11585);
+  EXPECT_EQ(V_CosValue(18000), -16384);
+  EXPECT_EQ(V_SinValue(27000), -16384);
+  for (int outside : {-1, 36001, -36000, 1 << 30}) {
+    EXPECT_EQ(V_SinValue(outside), 0);
+    EXPECT_EQ(V_CosValue(outside), 0);
+  }
+}
+
+uint32_t floor_sqrt(uint32_t n) {
+  uint64_t r = static_cast<uint64_t>(std::sqrt(static_cast<double>(n)));
+  while (r * r > n)
+    --r;
+  while ((r + 1) * (r + 1) <= n)
+    ++r;
+  return static_cast<uint32_t>(r);
+}
+
+TEST(SquareRoot, IsTheFloorOfTheRealRoot) {
+  for (uint32_t n = 0; n < (1u << 18); ++n)
+    ASSERT_EQ(V_SQRT(n), floor_sqrt(n)) << n;
+  // Around every perfect square, where an off-by-one would show.
+  for (uint64_t k = 2; k <= 65535; ++k) {
+    for (uint64_t n : {k * k - 1, k * k, k * k + 1})
+      ASSERT_EQ(V_SQRT(uint32_t(n)), floor_sqrt(uint32_t(n))) << n;
+  }
+  std::mt19937 random(12345);
+  for (int i = 0; i < 200000; ++i) {
+    const uint32_t n = random();
+    ASSERT_EQ(V_SQRT(n), floor_sqrt(n)) << n;
+  }
+  EXPECT_EQ(V_SQRT(0xFFFFFFFFu), 65535u);
+}
+
+TEST(BitCount, CountsSetBits) {
+  const uint8_t *table = V_Get1BitOnTable();
+  for (unsigned b = 0; b < 256; ++b)
+    EXPECT_EQ(table[b], std::popcount(b)) << b;
+}
+
+TEST(SkipPath, ReturnsTheNamePart) {
+  const struct {
+    const wchar_t *path;
+    size_t name_offset;
+  } cases[] = {{L"A:\\dir/x.bmp", 7}, {L"x.bmp", 0}, {L"/usr/lib/", 9},     {L"C:name", 2},
+               {L"a\\b\\c", 4},       {L"", 0},      {L"dir/sub\\f:g", 10}, {L"a/b:c\\d/e", 8}};
+  for (const auto &c : cases)
+    EXPECT_EQ(V_SkipPath(c.path), c.path + c.name_offset) << c.path;
+  EXPECT_EQ(V_SkipPath(nullptr), nullptr);
+}
+
+}  // namespace

@@ -1,0 +1,59 @@
+// Shared test helpers: a record that frees itself, a fixture that catches
+// leaked heap blocks, and the allocation-failure sweep.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <functional>
+#include <thread>
+
+#include "platform/heap.h"
+#include "vxkrn/vxkrn.h"
+
+namespace vxkrn_test {
+
+using vxkrn::platform::Heap;
+constexpr unsigned kBothHeaps =
+    static_cast<unsigned>(Heap::Runtime) | static_cast<unsigned>(Heap::System);
+
+// A zeroed record freed at scope exit.
+struct OwnedBitmap {
+  BitmapHandle bm{};
+  OwnedBitmap() = default;
+  OwnedBitmap(const OwnedBitmap &) = delete;
+  OwnedBitmap &operator=(const OwnedBitmap &) = delete;
+  ~OwnedBitmap() { V_FreeBitmap(&bm); }
+  BitmapHandle *operator->() { return &bm; }
+  BitmapHandle *get() { return &bm; }
+};
+
+// Fails a test that leaves blocks behind in either heap.
+class LeakCheckedTest : public ::testing::Test {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+
+ private:
+  std::int64_t runtime_before_ = 0;
+  std::int64_t system_before_ = 0;
+};
+
+// How many allocations from the heaps in mask `action` attempts.
+unsigned count_allocations(unsigned heap_mask, const std::function<void()> &action);
+
+// Run `action` once per allocation it makes, failing exactly that one
+// (1-based index passed to it); `action` checks the outcome itself.
+void sweep_allocation_failures(unsigned heap_mask, const std::function<void(unsigned)> &action);
+
+// Run f on a new thread and wait for it.
+template <class F>
+void on_new_thread(F f) {
+  std::thread thread(f);
+  thread.join();
+}
+
+// Bytes equal to a record's: used to prove a failing call left it alone.
+bool same_bytes(const BitmapHandle &a, const BitmapHandle &b);
+
+}  // namespace vxkrn_test
