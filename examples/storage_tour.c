@@ -1,98 +1,125 @@
 /* A tour of the storage kinds: makes a bitmap of each kind this library
- * offers, writes a pattern into it, reads it back and reports what it did. */
+ * offers, writes a pattern into it row by row, reads it back and reports
+ * what it did; then copies a file into memory through the redirection. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
 #include <vxkrn/vxkrn.h>
 
-static int fail(const char *what, ResultCode rc) {
-  fprintf(stderr, "storage_tour: %s failed with %d\n", what, (int)rc);
+static int fail(const char *what, long rc) {
+  fprintf(stderr, "storage_tour: %s failed with %ld\n", what, rc);
   return 1;
 }
 
-/* Row y holds bytes (y + x) & 255. */
-static void write_pattern(BitmapHandle *bitmap) {
-  int32_t y, x;
-  int32_t was_accessed = V_LockBitmap(bitmap);
+/* Row y holds bytes (y + x) & 255. Returns the first failing code, or 1. */
+static ResultCode write_pattern(BitmapHandle *bitmap, uint8_t *row) {
+  int32_t y, x, written;
   for (y = 0; y < bitmap->Height; ++y) {
-    uint8_t *row = bitmap->Data + (size_t)y * (size_t)bitmap->BytesPerLine;
     for (x = 0; x < bitmap->BytesPerLine; ++x)
       row[x] = (uint8_t)(y + x);
+    written = V_PutBitmapRow(bitmap, row, y, (uint32_t)bitmap->BytesPerLine);
+    if (written != bitmap->BytesPerLine) return written < 0 ? written : RC_FILE_WRITE;
   }
-  V_UnlockBitmap(bitmap, was_accessed);
+  return RC_SUCCESS;
 }
 
-/* Bytes of the first `rows` rows that differ from the pattern. */
-static long count_mismatches(BitmapHandle *bitmap, int32_t rows) {
+/* Bytes of the first `rows` rows that differ from the pattern, or -1. */
+static long count_mismatches(const BitmapHandle *bitmap, int32_t rows, uint8_t *row) {
   long bad = 0;
   int32_t y, x;
-  int32_t was_accessed = V_LockBitmap(bitmap);
   for (y = 0; y < rows; ++y) {
-    const uint8_t *row = bitmap->Data + (size_t)y * (size_t)bitmap->BytesPerLine;
+    if (V_GetBitmapRow(bitmap, row, y, (uint32_t)bitmap->BytesPerLine) != bitmap->BytesPerLine)
+      return -1;
     for (x = 0; x < bitmap->BytesPerLine; ++x)
       bad += row[x] != (uint8_t)(y + x);
   }
-  V_UnlockBitmap(bitmap, was_accessed);
   return bad;
-}
-
-static long write_and_verify(BitmapHandle *bitmap) {
-  write_pattern(bitmap);
-  return count_mismatches(bitmap, bitmap->Height);
 }
 
 static void describe(const char *kind, const BitmapHandle *bitmap, long bad) {
   int32_t type = 0;
   V_GetBitmapMemoryInfo(bitmap, &type, NULL, NULL);
-  printf("%-22s %4d x %-4d %2d bpp  %8u bytes  memory type %4d  %s\n", kind, (int)bitmap->Width,
+  printf("%-20s %4d x %-4d %2d bpp %9u bytes  memory type %3d  %s\n", kind, (int)bitmap->Width,
          (int)bitmap->Height, (int)bitmap->BitsPerPixel, (unsigned)bitmap->Size, (int)type,
          bad == 0 ? "read back intact" : "MISMATCH");
 }
 
-int main(void) {
-  BitmapHandle block, caller, gray;
-  uint8_t *pixels;
+/* Create, fill, verify and free one bitmap; `data` is for caller memory. */
+static int tour(const char *kind, int32_t memory_type, int32_t width, int32_t height, int32_t bits,
+                void *data, uint32_t data_size) {
+  BitmapHandle bitmap;
+  uint8_t *row;
   long bad;
-  ResultCode rc;
+  int32_t was_accessed;
+  ResultCode rc = V_CreateBitmap(&bitmap, BITMAPHANDLE_SIZE, memory_type, width, height, bits,
+                                 ORDER_BGR, NULL, 1, data, data_size);
+  if (rc != RC_SUCCESS) return fail(kind, rc);
+  row = malloc((size_t)bitmap.BytesPerLine);
+  if (!row) return fail("malloc", RC_NO_MEMORY);
+  was_accessed = V_LockBitmap(&bitmap); /* memory bitmaps are read and written while accessed */
+  rc = write_pattern(&bitmap, row);
+  if (rc != RC_SUCCESS) return fail("write", rc);
+  bad = count_mismatches(&bitmap, bitmap.Height, row);
+  describe(kind, &bitmap, bad);
+  V_UnlockBitmap(&bitmap, was_accessed);
+
+  rc = V_ChangeBitmapHeight(&bitmap, height * 2);
+  if (rc == RC_SUCCESS) {
+    was_accessed = V_LockBitmap(&bitmap);
+    describe("  grown to twice", &bitmap, count_mismatches(&bitmap, height, row));
+    V_UnlockBitmap(&bitmap, was_accessed);
+  }
+  V_FreeBitmap(&bitmap);
+  free(row);
+  return bad == 0 ? 0 : 1;
+}
+
+/* Write a small file, then copy it into a memory block: the source is read
+ * from the disk, the destination goes through the redirection. */
+static int copy_into_memory(void) {
+  static const char text[] = "bytes that travel from a file into memory";
+  wchar_t source[VXKRN_MAX_PATH];
+  void *context, *block;
+  uint32_t size;
+  int32_t file, copied;
+
+  if (V_OsGetTempName(source) != RC_SUCCESS) return fail("temporary name", -1);
+  file = V_OsOpen(source, OPEN_WRITE | OPEN_CREATE, 0, NULL);
+  if (file < 0 || V_OsWrite(file, text, sizeof text - 1, NULL) != (int32_t)(sizeof text - 1))
+    return fail("writing the source", V_OsGetLastError(RC_FILE_WRITE));
+  V_OsClose(file, NULL);
+
+  if (V_StartRedirectToBuffer(&context, NULL, MEMFILE_GROW | MEMFILE_TRIM | MEMFILE_WRITE, NULL,
+                              0) != RC_SUCCESS)
+    return fail("redirect", RC_NO_MEMORY);
+  copied = V_CopyFile(source, L"in-memory copy", 0);
+  V_StopRedirectToBuffer(context, &block, &size);
+  V_OsDelete(source);
+  if (!copied) return fail("copy", 0);
+  printf("redirected copy      %u bytes landed in memory: \"%.*s\"\n", (unsigned)size, (int)size,
+         (const char *)block);
+  V_GlobalFree(block);
+  return size == sizeof text - 1 ? 0 : 1;
+}
+
+int main(void) {
+  uint8_t *pixels;
+  BitmapHandle probe;
+  int failures = 0;
 
   printf("vxkrn storage tour (record size %u bytes)\n", (unsigned)BITMAPHANDLE_SIZE);
-
-  rc = V_CreateBitmap(&block, BITMAPHANDLE_SIZE, MEM_CONVENTIONAL, 640, 480, 24, ORDER_BGR, NULL, 1,
-                      NULL, 0);
-  if (rc != RC_SUCCESS) return fail("memory block bitmap", rc);
-  bad = write_and_verify(&block);
-  describe("memory block", &block, bad);
-  rc = V_ChangeBitmapHeight(&block, 960);
-  if (rc != RC_SUCCESS) return fail("height change", rc);
-  describe("  grown to 960 rows", &block, count_mismatches(&block, 480));
-  V_FreeBitmap(&block);
+  failures += tour("memory block", MEM_CONVENTIONAL, 640, 480, 24, NULL, 0);
 
   /* Caller memory: the library allocates nothing for the pixels. */
-  rc = V_InitBitmap(&caller, BITMAPHANDLE_SIZE, 100, 50, 8);
-  if (rc != RC_SUCCESS) return fail("init", rc);
-  pixels = malloc(caller.Size);
+  V_InitBitmap(&probe, BITMAPHANDLE_SIZE, 100, 50, 8);
+  pixels = malloc(probe.Size);
   if (!pixels) return fail("malloc", RC_NO_MEMORY);
-  rc = V_CreateBitmap(&caller, BITMAPHANDLE_SIZE, MEM_USER, 100, 50, 8, ORDER_RGB, NULL, 1, pixels,
-                      caller.Size);
-  if (rc != RC_SUCCESS) return fail("caller memory bitmap", rc);
-  bad = write_and_verify(&caller);
-  describe("caller memory", &caller, bad);
-  V_FreeBitmap(&caller);
-  printf("%-22s caller's buffer still ours: first bytes %u %u %u\n", "", pixels[0], pixels[1],
-         pixels[2]);
+  failures += tour("caller memory", MEM_USER, 100, 50, 8, pixels, probe.Size);
   free(pixels);
 
-  /* Depth 0 asks for 8-bit gray with a gray palette. */
-  rc = V_CreateBitmap(&gray, BITMAPHANDLE_SIZE, MEM_NO_DISK, 256, 16, 0, ORDER_RGB, NULL, 0, NULL,
-                      0);
-  if (rc != RC_SUCCESS) return fail("gray bitmap", rc);
-  bad = write_and_verify(&gray);
-  describe("8-bit gray palette", &gray, bad);
-  printf("%-22s palette entry 128 = (%u, %u, %u)\n", "", gray.Palette[128].Red,
-         gray.Palette[128].Green, gray.Palette[128].Blue);
-  V_FreeBitmap(&gray);
-
-  printf("temporary-file and compressed storage are not in this build yet\n");
-  return 0;
+  failures += tour("temporary file", MEM_DISK, 1000, 300, 32, NULL, 0);
+  failures += copy_into_memory();
+  printf("compressed 1-bit storage is not in this build yet\n");
+  return failures == 0 ? 0 : 1;
 }

@@ -10,46 +10,28 @@ using vxkrn_test::kBothHeaps;
 using vxkrn_test::OwnedBitmap;
 using vxkrn_test::same_bytes;
 
-class BitmapAlloc : public vxkrn_test::LeakCheckedTest {};
+class BitmapAlloc : public vxkrn_test::TempDirTest {};
 
-// What each memory type gives in this build. Disk, compressed and
-// super-compressed storage are not built yet and fail with -1.
+// What each memory type gives. Compressed and super-compressed storage are
+// not built yet and fail with -1.
 struct TypeCase {
   int32_t type;
   int bits;
   ResultCode rc;
+  int32_t info;  // reported memory type on success
 };
 
 TEST_F(BitmapAlloc, MemoryTypesResolveByDepth) {
+  constexpr int32_t kMem = MEM_INFO_MEMORY, kDisk = MEM_INFO_DISK;
+  constexpr ResultCode kBad = RC_INVALID_PARAMETER, kOk = RC_SUCCESS, kNone = RC_NO_MEMORY;
   const TypeCase cases[] = {
-      {1, 8, RC_SUCCESS},
-      {8, 8, RC_SUCCESS},
-      {9, 24, RC_SUCCESS},
-      {256, 1, RC_SUCCESS},
-      {2, 16, RC_SUCCESS},
-      {4, 8, RC_NO_MEMORY},
-      {128, 8, RC_NO_MEMORY},
-      {768, 8, RC_SUCCESS},
-      {768, 1, RC_NO_MEMORY},
-      {0x201, 8, RC_SUCCESS},
-      {0x201, 1, RC_NO_MEMORY},
-      {0x280, 8, RC_NO_MEMORY},
-      {1024, 16, RC_INVALID_PARAMETER},
-      {1024, 8, RC_NO_MEMORY},
-      {1025, 16, RC_SUCCESS},
-      {1025, 24, RC_NO_MEMORY},
-      {0x404, 24, RC_INVALID_PARAMETER},
-      {0x404, 16, RC_NO_MEMORY},
-      {0x600, 1, RC_NO_MEMORY},
-      {0x401, 12, RC_SUCCESS},
-      {0, 8, RC_INVALID_PARAMETER},
-      {3, 8, RC_INVALID_PARAMETER},
-      {5, 8, RC_INVALID_PARAMETER},
-      {6, 8, RC_INVALID_PARAMETER},
-      {7, 8, RC_INVALID_PARAMETER},
-      {10, 8, RC_INVALID_PARAMETER},
-      {129, 8, RC_INVALID_PARAMETER},
-      {-1, 8, RC_INVALID_PARAMETER},
+      {1, 8, kOk, kMem},    {8, 8, kOk, kMem},       {9, 24, kOk, kMem},    {256, 1, kOk, kMem},
+      {2, 16, kOk, kMem},   {4, 8, kOk, kDisk},      {128, 8, kOk, kDisk},  {768, 8, kOk, kMem},
+      {768, 1, kNone, 0},   {0x201, 8, kOk, kMem},   {0x201, 1, kNone, 0},  {0x280, 8, kOk, kDisk},
+      {1024, 16, kBad, 0},  {1024, 8, kNone, 0},     {1025, 16, kOk, kMem}, {1025, 24, kNone, 0},
+      {0x404, 24, kBad, 0}, {0x404, 16, kOk, kDisk}, {0x600, 1, kNone, 0},  {0x401, 12, kOk, kMem},
+      {0, 8, kBad, 0},      {3, 8, kBad, 0},         {5, 8, kBad, 0},       {6, 8, kBad, 0},
+      {7, 8, kBad, 0},      {10, 8, kBad, 0},        {129, 8, kBad, 0},     {-1, 8, kBad, 0},
   };
   for (const TypeCase &c : cases) {
     SCOPED_TRACE(::testing::Message() << "type " << c.type << ", " << c.bits << " bits");
@@ -59,12 +41,31 @@ TEST_F(BitmapAlloc, MemoryTypesResolveByDepth) {
     int32_t info = 0;
     if (c.rc == RC_SUCCESS) {
       ASSERT_EQ(V_GetBitmapMemoryInfo(bm.get(), &info, nullptr, nullptr), RC_SUCCESS);
-      EXPECT_EQ(info, MEM_INFO_MEMORY);
+      EXPECT_EQ(info, c.info);
     } else {
       EXPECT_EQ(bm->Flags & FLAG_ALLOCATED, 0u);
       EXPECT_EQ(bm->MapTable, nullptr);
     }
   }
+}
+
+TEST_F(BitmapAlloc, DiskBitmapIsATemporaryFileOneByteLonger) {
+  BitmapHandle bm;
+  ASSERT_EQ(V_InitBitmap(&bm, BITMAPHANDLE_SIZE, 100, 30, 24), RC_SUCCESS);
+  ASSERT_EQ(V_AllocateBitmap(&bm, MEM_TEMP_FILE), RC_SUCCESS);
+  EXPECT_EQ(bm.Flags, FLAG_ALLOCATED | FLAG_DISK);
+  const std::vector<std::string> files = leftover_files();
+  ASSERT_EQ(files.size(), 1u);
+  EXPECT_EQ(files[0].rfind("VK", 0), 0u) << files[0];
+  EXPECT_EQ(vxkrn_test::file_size(dir_ + files[0]), bm.Size + 1);
+  V_AccessBitmap(&bm);
+  EXPECT_EQ(bm.Data, nullptr) << "disk bitmaps are never accessed";
+
+  const uint32_t offset = bm.AlignOffset;
+  ASSERT_EQ(V_ChangeBitmapHeight(&bm, 45), RC_SUCCESS);
+  EXPECT_EQ(vxkrn_test::file_size(dir_ + files[0]), 300 * 45 + offset);
+  V_FreeBitmap(&bm);
+  EXPECT_TRUE(leftover_files().empty()) << "freeing deletes the file";
 }
 
 TEST_F(BitmapAlloc, MemoryBlockIsAlignedZeroedAndMapped) {
@@ -105,14 +106,20 @@ TEST_F(BitmapAlloc, FailuresKeepTheRecordAsDocumented) {
 }
 
 TEST_F(BitmapAlloc, EveryAllocationFailureIsReportedAndLeaksNothing) {
-  for (int32_t type : {MEM_CONVENTIONAL, MEM_NO_DISK, MEM_USER}) {
+  for (int32_t type : {MEM_CONVENTIONAL, MEM_NO_DISK, MEM_USER, MEM_DISK}) {
+    SCOPED_TRACE(type);
     vxkrn_test::sweep_allocation_failures(kBothHeaps, [type](unsigned nth) {
       BitmapHandle bm;
       ASSERT_EQ(V_InitBitmap(&bm, BITMAPHANDLE_SIZE, 64, 64, 8), RC_SUCCESS);
       BitmapHandle expected = bm;
       const ResultCode rc = V_AllocateBitmap(&bm, type);
-      if (nth == 0) {
+      // Type 1 survives a missing block (its second allocation) on disk.
+      const bool falls_back = type == MEM_CONVENTIONAL && nth == 2;
+      if (nth == 0 || falls_back) {
+        int32_t info = 0;
         EXPECT_EQ(rc, RC_SUCCESS);
+        V_GetBitmapMemoryInfo(&bm, &info, nullptr, nullptr);
+        EXPECT_EQ(info, falls_back || type == MEM_DISK ? MEM_INFO_DISK : MEM_INFO_MEMORY);
       } else {
         EXPECT_EQ(rc, RC_NO_MEMORY);
         EXPECT_TRUE(same_bytes(bm, expected));

@@ -8,7 +8,7 @@ namespace {
 
 using vxkrn_test::OwnedBitmap;
 
-class BitmapCreate : public vxkrn_test::LeakCheckedTest {};
+class BitmapCreate : public vxkrn_test::TempDirTest {};
 
 ResultCode create(BitmapHandle *bm, int32_t type, int bits, int order,
                   const PaletteEntry *palette = nullptr, int view = 0) {
@@ -89,8 +89,12 @@ TEST_F(BitmapCreate, EveryAllocationFailureIsReportedAndLeaksNothing) {
     vxkrn_test::sweep_allocation_failures(vxkrn_test::kBothHeaps, [&c](unsigned nth) {
       BitmapHandle bm;
       const ResultCode rc = create(&bm, MEM_CONVENTIONAL, c.bits, ORDER_BGR, c.palette);
-      EXPECT_EQ(rc, nth == 0 ? RC_SUCCESS : RC_NO_MEMORY);
-      if (nth != 0) {
+      const bool on_disk = nth == 2;  // the block: a temporary file stands in
+      EXPECT_EQ(rc, nth == 0 || on_disk ? RC_SUCCESS : RC_NO_MEMORY);
+      if (on_disk) {
+        EXPECT_TRUE(bm.Flags & FLAG_DISK);
+      }
+      if (nth != 0 && !on_disk) {
         EXPECT_FALSE(bm.Flags & FLAG_ALLOCATED);
         EXPECT_EQ(bm.Palette, nullptr);
         EXPECT_EQ(bm.MapTable, nullptr);

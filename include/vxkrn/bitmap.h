@@ -63,13 +63,17 @@ VXKRN_API ResultCode V_FreeGrayParams(BitmapHandle *bitmap);
 /* Give an initialised record its storage. memory_type: MEM_... with optional
  * MEM_MOD_... bits. Also creates MapTable (the identity map).
  * A memory block is Size + 31 zero bytes; Data is left at its first 32-byte
- * aligned byte and AlignOffset tells how far that is from Storage.
+ * aligned byte and AlignOffset tells how far that is from Storage. A
+ * temporary file (MEM_DISK, MEM_TEMP_FILE, or types 1, 8 and 9 when no block
+ * can be had) is Size + 1 bytes in the thread's temporary directory, and
+ * Storage holds its handle.
  * Returns 1; -13 null record or a memory type not accepted; -789 StructSize;
- * -11 Size is 0; -1 no memory, or storage of a kind this build cannot make
- * yet (temporary files, compressed and super-compressed storage).
- * On -13 for the memory type and on -1 the storage bits (FLAG_STORAGE_MASK)
- * of Flags are cleared and nothing else in the record changes; earlier
- * failures leave the record untouched. */
+ * -11 Size is 0; -1 no memory, no temporary file, a failed seek, or storage
+ * of a kind this build cannot make yet (compressed 1-bit rows,
+ * codec-compressed strips); -5 the temporary file could not be extended.
+ * On -13 for the memory type and on later failures the storage bits
+ * (FLAG_STORAGE_MASK) of Flags are cleared and nothing else in the record
+ * changes; earlier failures leave the record untouched. */
 VXKRN_API ResultCode V_AllocateBitmap(BitmapHandle *bitmap, int32_t memory_type);
 
 /* Initialise and allocate in one call.
@@ -127,12 +131,15 @@ VXKRN_API ResultCode V_GetBitmapMemoryInfo(const BitmapHandle *bitmap, int32_t *
                                            int32_t *reserved1, int32_t *reserved2);
 
 /* Change the number of stored rows in place; existing rows keep their bytes,
- * new rows of a memory block are not cleared. A memory block is reallocated
- * to BytesPerLine x new_height + AlignOffset bytes and Size becomes that
- * count (capped at BITMAP_SIZE_CAP without an error).
- * Returns 1 (at once for the same height); -2 null or not allocated; -789
- * StructSize; -13 caller's memory, an accessed bitmap, or a negative height;
- * -11 height 0; -1 the reallocation failed (record unchanged). */
+ * new rows of a memory block are not cleared. The data become
+ * BytesPerLine x new_height + AlignOffset bytes (a memory block is
+ * reallocated for them, keeping its 31 spare bytes; a temporary file is set to
+ * that size), and Size becomes that count (capped at BITMAP_SIZE_CAP
+ * without an error).
+ * Returns 1 (at once for the same height); -2 null or not allocated, or
+ * compressed storage; -789 StructSize; -13 caller's memory, an accessed
+ * bitmap, or a negative height; -11 height 0; -1 the reallocation or the
+ * file-size change failed (record unchanged). */
 VXKRN_API ResultCode V_ChangeBitmapHeight(BitmapHandle *bitmap, int32_t new_height);
 
 VXKRN_END_DECLS

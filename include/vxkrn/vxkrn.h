@@ -7,5 +7,7 @@
 #include <vxkrn/bitmap.h>
 #include <vxkrn/system.h>
 #include <vxkrn/palette.h>
+#include <vxkrn/rows.h>
+#include <vxkrn/file.h>
 
 #endif /* VXKRN_VXKRN_H */

@@ -5,6 +5,7 @@
 
 #include "core/bitmap_core.h"
 #include "core/checks.h"
+#include "core/row_io.h"
 #include "core/thread_state.h"
 #include "platform/heap.h"
 #include "vxkrn/bitmap.h"
@@ -70,6 +71,14 @@ bool allocate_memory_block(const BitmapHandle &bitmap, NewStorage &out) {
   return true;
 }
 
+// A registered temporary file of Size + 1 bytes.
+ResultCode make_disk_storage(const BitmapHandle &bitmap, NewStorage &out) {
+  std::int32_t file;
+  VXKRN_TRY(create_disk_storage(bitmap.Size, &file));
+  out = NewStorage{disk_storage(file), nullptr, 0, FLAG_ALLOCATED | FLAG_DISK, false};
+  return RC_SUCCESS;
+}
+
 ResultCode create_storage(const BitmapHandle &bitmap, int32_t type, NewStorage &out) {
   switch (type) {
     case MEM_USER:
@@ -77,16 +86,33 @@ ResultCode create_storage(const BitmapHandle &bitmap, int32_t type, NewStorage &
                        false};
       return RC_SUCCESS;
     case MEM_NO_DISK:
+      return allocate_memory_block(bitmap, out) ? RC_SUCCESS : RC_NO_MEMORY;
     case MEM_CONVENTIONAL:
     case 8:
     case 9:
-      // Types 1, 8 and 9 fall back to a temporary file once disk storage
-      // exists; until then a block that cannot be had is out of memory.
-      return allocate_memory_block(bitmap, out) ? RC_SUCCESS : RC_NO_MEMORY;
+      return allocate_memory_block(bitmap, out) ? RC_SUCCESS : make_disk_storage(bitmap, out);
+    case MEM_DISK:
+    case MEM_TEMP_FILE:
+      return make_disk_storage(bitmap, out);
     default:
-      // Temporary files, compressed rows and codec strips are not built yet.
+      // Compressed rows and codec strips are not built yet.
       return RC_NO_MEMORY;
   }
+}
+
+// Reallocate a memory block for `count` bytes of data. The block keeps 31
+// bytes beyond them, as at allocation, so data addressed from the aligned
+// Data stay inside it too.
+ResultCode resize_memory_block(BitmapHandle &bitmap, std::uint64_t count) {
+  if (count == bitmap.Size) return RC_SUCCESS;
+  void *block = vxkrn::platform::heap_realloc(vxkrn::platform::Heap::System, bitmap.Storage,
+                                              vxkrn::platform::checked_product(count + 31, 1));
+  if (!block) return RC_NO_MEMORY;
+  const MemoryBlock aligned = aligned_in(block);
+  bitmap.Storage = block;
+  bitmap.Data = aligned.data;
+  bitmap.AlignOffset = aligned.align_offset;
+  return RC_SUCCESS;
 }
 
 }  // namespace
@@ -119,9 +145,10 @@ void V_FreeBitmap(BitmapHandle *bitmap) {
   if (check_handle(bitmap, RC_INVALID_PARAMETER) != RC_SUCCESS) return;
   vxkrn::platform::sys_free(bitmap->Palette);
   bitmap->Palette = nullptr;
+  if (!(bitmap->Flags & FLAG_ALLOCATED)) return;
   switch (storage_kind(*bitmap)) {
     case StorageKind::None:
-      return;
+      break;
     case StorageKind::User:
       bitmap->Flags &= ~(FLAG_COMPRESSED | FLAG_CONVENTIONAL | FLAG_DISK | FLAG_USER_MEMORY);
       break;
@@ -130,9 +157,12 @@ void V_FreeBitmap(BitmapHandle *bitmap) {
       vxkrn::platform::sys_free(bitmap->Storage);
       bitmap->Flags &= ~FLAG_CONVENTIONAL;
       break;
+    case StorageKind::Disk:
+      free_disk_storage(disk_file(*bitmap));
+      bitmap->Flags &= ~FLAG_DISK;
+      break;
     case StorageKind::Compressed:
     case StorageKind::SuperCompressed:
-    case StorageKind::Disk:
       // No allocation path of this build makes these kinds; a record that
       // claims one was not made here and its storage is not ours to free.
       break;
@@ -147,19 +177,18 @@ ResultCode V_ChangeBitmapHeight(BitmapHandle *bitmap, int32_t new_height) {
   if (new_height == bitmap->Height) return RC_SUCCESS;
   if (new_height < 0) return RC_INVALID_PARAMETER;
   if (new_height == 0) return RC_EMPTY_AREA;
-  if (storage_kind(*bitmap) != StorageKind::Memory) return RC_INVALID_BITMAP;
-
   const std::uint64_t count =
       static_cast<std::uint64_t>(bitmap->BytesPerLine) * static_cast<std::uint64_t>(new_height) +
       bitmap->AlignOffset;
-  if (count != bitmap->Size) {
-    void *block = vxkrn::platform::heap_realloc(vxkrn::platform::Heap::System, bitmap->Storage,
-                                                vxkrn::platform::checked_product(count, 1));
-    if (!block) return RC_NO_MEMORY;
-    const MemoryBlock aligned = aligned_in(block);
-    bitmap->Storage = block;
-    bitmap->Data = aligned.data;
-    bitmap->AlignOffset = aligned.align_offset;
+  switch (storage_kind(*bitmap)) {
+    case StorageKind::Memory:
+      VXKRN_TRY(resize_memory_block(*bitmap, count));
+      break;
+    case StorageKind::Disk:
+      VXKRN_TRY(resize_disk_storage(disk_file(*bitmap), count));
+      break;
+    default:
+      return RC_INVALID_BITMAP;
   }
   // Size now includes AlignOffset, and a count beyond the cap is not an error.
   bitmap->Size = capped_size(count);

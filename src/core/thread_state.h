@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "vxkrn/file.h"
 #include "vxkrn/system.h"
 
 namespace vxkrn::core {
@@ -14,8 +15,23 @@ struct CallbackSlot {
   void *user_data;
 };
 
+// The thread's file routines and the value each one is called with.
+struct RedirectTable {
+  IoOpenFunc open;
+  IoReadFunc read;
+  IoWriteFunc write;
+  IoSeekFunc seek;
+  IoCloseFunc close;
+  void *open_data;
+  void *read_data;
+  void *write_data;
+  void *seek_data;
+  void *close_data;
+};
+
 struct ThreadState {
   std::uint32_t *user_match_table;
+  RedirectTable redirect;
   std::int32_t default_dithering;
   std::int32_t default_x_resolution;
   std::int32_t default_y_resolution;

@@ -6,6 +6,8 @@
 
 #include <cstdint>
 #include <functional>
+#include <string>
+#include <vector>
 #include <thread>
 
 #include "platform/heap.h"
@@ -38,6 +40,23 @@ class LeakCheckedTest : public ::testing::Test {
   std::int64_t runtime_before_ = 0;
   std::int64_t system_before_ = 0;
 };
+
+// A leak-checked test whose thread keeps temporary files in a fresh
+// directory; the test fails if any file is left there, and the directory is
+// removed afterwards. Other threads call use_directory() themselves.
+class TempDirTest : public LeakCheckedTest {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+  void use_directory() const;  // for threads the test starts
+  std::vector<std::string> leftover_files() const;
+  std::string dir_;    // with a trailing '/'
+  std::wstring wdir_;  // the same, wide
+};
+
+// Size of a file, or -1.
+long long file_size(const std::string &path);
+std::string narrow(const std::wstring &wide);
 
 // How many allocations from the heaps in mask `action` attempts.
 unsigned count_allocations(unsigned heap_mask, const std::function<void()> &action);

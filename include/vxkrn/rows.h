@@ -1,0 +1,58 @@
+/* vxkrn: reading and writing stored rows, row segments and single pixels'
+ * bytes, whatever the storage. Rows are addressed as stored (row 0 is the
+ * first stored row); no view perspective is applied. */
+#ifndef VXKRN_ROWS_H
+#define VXKRN_ROWS_H
+
+#include <vxkrn/types.h>
+
+VXKRN_BEGIN_DECLS
+
+/* Read count bytes starting at stored row `row`. A count longer than the row
+ * runs on into the following rows, so several rows move in one call; it may
+ * not leave the pixel data (Size bytes). A memory bitmap must be accessed.
+ * Returns the bytes read (a disk file truncated behind the library's back
+ * gives a short count); -13 null record or buffer, negative row, count above
+ * INT32_MAX, or a range outside the pixel data; -789 StructSize; -2 memory
+ * bitmap not accessed; -4 seek, -7 read failure of a disk bitmap; -1 no
+ * storage. */
+VXKRN_API int32_t V_GetBitmapRow(const BitmapHandle *bitmap, void *buffer, int32_t row,
+                                 uint32_t count);
+/* Write count bytes from buffer at stored row `row`; as V_GetBitmapRow, with
+ * -5 for a write failure. Returns the bytes written. */
+VXKRN_API int32_t V_PutBitmapRow(BitmapHandle *bitmap, const void *buffer, int32_t row,
+                                 uint32_t count);
+/* The same starting at the byte that holds the first bit of pixel `column`
+ * (bits of earlier pixels in that byte are moved too). Negative columns give
+ * -13. */
+VXKRN_API int32_t V_GetBitmapRowCol(const BitmapHandle *bitmap, void *buffer, int32_t row,
+                                    int32_t column, uint32_t count);
+VXKRN_API int32_t V_PutBitmapRowCol(BitmapHandle *bitmap, const void *buffer, int32_t row,
+                                    int32_t column, uint32_t count);
+
+/* Read the bytes that hold one pixel (for depths below 8 bits the whole byte,
+ * neighbours included; 12-bit pixels take 2 bytes).
+ * Returns 1; -2 null record, not allocated, or null buffer; -789 StructSize;
+ * -13 buffer_size smaller than the pixel's bytes; -1 the transfer moved
+ * fewer bytes (a position outside the image included). */
+VXKRN_API ResultCode V_GetPixelData(const BitmapHandle *bitmap, void *buffer, int32_t row,
+                                    int32_t column, uint32_t buffer_size);
+VXKRN_API ResultCode V_PutPixelData(BitmapHandle *bitmap, const void *buffer, int32_t row,
+                                    int32_t column, uint32_t buffer_size);
+
+/* Write only the listed pixels of one stored row. source holds pixels from
+ * column first_column on, packed as in the bitmap (pixel x is pixel
+ * x - first_column of source). segments holds segment_count pairs (first
+ * column, pixel count); each must lie within first_column..Width. Pixels
+ * outside the segments keep their bits, also inside shared bytes.
+ * reserved must be 0. All segments are checked before any is written.
+ * Returns 1; -13 null record, source or segments, a bad segment, a negative
+ * count or a non-zero reserved value; -789 StructSize; the codes of
+ * V_PutBitmapRowCol (a short write gives -5); -1 no memory for scratch. */
+VXKRN_API ResultCode V_PutBitmapRowSegments(BitmapHandle *bitmap, const void *source, int32_t row,
+                                            int32_t first_column, const int32_t *segments,
+                                            int32_t segment_count, int32_t reserved);
+
+VXKRN_END_DECLS
+
+#endif /* VXKRN_ROWS_H */

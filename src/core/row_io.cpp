@@ -1,0 +1,92 @@
+// Byte transfers to and from pixel storage, row segments, and the temporary
+// file behind a disk bitmap.
+#include "core/row_io.h"
+
+#include <cstring>
+
+#include "core/bitmap_core.h"
+#include "core/pixel_layout.h"
+#include "io/temp_registry.h"
+#include "platform/files.h"
+#include "vxkrn/file.h"
+
+namespace vxkrn::core {
+
+std::uint64_t pixel_offset(const BitmapHandle &bitmap, std::int32_t row,
+                           std::int32_t column) noexcept {
+  if (row < 0 || column < 0) return UINT64_MAX;
+  return static_cast<std::uint64_t>(row) * static_cast<std::uint32_t>(bitmap.BytesPerLine) +
+         column_offset(bitmap.BitsPerPixel, static_cast<std::uint64_t>(column));
+}
+
+std::int32_t transfer_bytes(const BitmapHandle &bitmap, std::uint64_t offset, void *buffer,
+                            std::uint32_t count, Direction direction) noexcept {
+  // A count may run on over several rows, but never past the pixel data.
+  if (count > INT32_MAX || offset > bitmap.Size || count > bitmap.Size - offset)
+    return RC_INVALID_PARAMETER;
+  switch (storage_kind(bitmap)) {
+    case StorageKind::User:
+    case StorageKind::Memory: {
+      if (!bitmap.Data) return RC_INVALID_BITMAP;
+      std::uint8_t *pixels = bitmap.Data + offset;
+      if (direction == Direction::Read)
+        std::memcpy(buffer, pixels, count);
+      else
+        std::memcpy(pixels, buffer, count);
+      return static_cast<std::int32_t>(count);
+    }
+    case StorageKind::Disk: {
+      const std::int32_t file = disk_file(bitmap);
+      const std::int64_t at = static_cast<std::int64_t>(offset);
+      if (platform::file_seek(file, at, platform::Origin::Start) != at) return RC_FILE_SEEK;
+      const std::int64_t moved = direction == Direction::Read
+                                     ? platform::file_read_all(file, buffer, count)
+                                     : platform::file_write_all(file, buffer, count);
+      if (moved < 0) return direction == Direction::Read ? RC_FILE_READ : RC_FILE_WRITE;
+      return static_cast<std::int32_t>(moved);
+    }
+    default:
+      return RC_NO_MEMORY;
+  }
+}
+
+std::int32_t row_segments(const BitmapHandle &bitmap, std::int32_t /*row*/, RowSegment *out,
+                          std::int32_t capacity) noexcept {
+  if (capacity > 0) out[0] = RowSegment{0, bitmap.Width};
+  return 1;
+}
+
+ResultCode create_disk_storage(std::uint32_t size, std::int32_t *file) noexcept {
+  wchar_t name[VXKRN_MAX_PATH];
+  if (V_OsGetTempName(name) != RC_SUCCESS) return RC_NO_MEMORY;
+  const std::int32_t handle = V_OsCreat(name, 0);
+  if (handle == FILE_NO_HANDLE || !io::register_temp_file(handle, name)) {
+    if (handle != FILE_NO_HANDLE) platform::file_close(handle);
+    V_OsDelete(name);
+    return RC_NO_MEMORY;
+  }
+  // From here on closing the handle also deletes the file.
+  const std::uint8_t zero = 0;
+  if (platform::file_seek(handle, size, platform::Origin::Start) != std::int64_t{size}) {
+    io::close_file(handle);
+    return RC_NO_MEMORY;
+  }
+  if (platform::file_write_some(handle, &zero, 1) != 1) {
+    io::close_file(handle);
+    return RC_FILE_WRITE;
+  }
+  platform::file_seek(handle, 0, platform::Origin::Start);
+  *file = handle;
+  return RC_SUCCESS;
+}
+
+ResultCode resize_disk_storage(std::int32_t file, std::uint64_t bytes) noexcept {
+  if (bytes > UINT32_MAX) return RC_NO_MEMORY;
+  return V_OsSetFileSize(file, static_cast<std::uint32_t>(bytes)) == 0 ? RC_SUCCESS : RC_NO_MEMORY;
+}
+
+void free_disk_storage(std::int32_t file) noexcept {
+  io::close_file(file);
+}
+
+}  // namespace vxkrn::core

@@ -1,0 +1,52 @@
+// The one byte-transfer path under every row function: storage kind chosen
+// once per call, bounds checked, then memory copy or file transfer.
+#pragma once
+
+#include <cstdint>
+
+#include "vxkrn/types.h"
+
+namespace vxkrn::core {
+
+enum class Direction { Read, Write };
+
+// Move count bytes between buffer and the pixel data at byte `offset`.
+// Returns count (or a short count from a file), or a negative code: -13 the
+// range leaves the pixel data or count exceeds INT32_MAX; -2 a memory bitmap
+// that is not accessed; -4 seek, -7 read, -5 write failure of a disk bitmap;
+// -1 no storage this path can reach.
+std::int32_t transfer_bytes(const BitmapHandle &bitmap, std::uint64_t offset, void *buffer,
+                            std::uint32_t count, Direction direction) noexcept;
+
+// Byte offset of (row, column) in the pixel data, or UINT64_MAX when either
+// is negative.
+std::uint64_t pixel_offset(const BitmapHandle &bitmap, std::int32_t row,
+                           std::int32_t column) noexcept;
+
+// The parts of a stored row that hold pixel data, as (first column, pixel
+// count) pairs. Every storage kind holds whole rows: one pair (0, Width).
+struct RowSegment {
+  std::int32_t first_column;
+  std::int32_t pixel_count;
+};
+// Writes at most `capacity` pairs; returns how many the row has.
+std::int32_t row_segments(const BitmapHandle &bitmap, std::int32_t row, RowSegment *out,
+                          std::int32_t capacity) noexcept;
+
+// Temporary-file storage: a registered file of size + 1 bytes (the byte past
+// the data is written so the file has its full length).
+ResultCode create_disk_storage(std::uint32_t size, std::int32_t *file) noexcept;
+// Set the file to exactly `bytes`. RC_NO_MEMORY when it cannot be done.
+ResultCode resize_disk_storage(std::int32_t file, std::uint64_t bytes) noexcept;
+// Close the file, which deletes it.
+void free_disk_storage(std::int32_t file) noexcept;
+
+// A disk bitmap's handle kept in Storage.
+inline std::int32_t disk_file(const BitmapHandle &bitmap) {
+  return static_cast<std::int32_t>(reinterpret_cast<std::intptr_t>(bitmap.Storage));
+}
+inline void *disk_storage(std::int32_t file) {
+  return reinterpret_cast<void *>(static_cast<std::intptr_t>(file));
+}
+
+}  // namespace vxkrn::core

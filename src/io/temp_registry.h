@@ -1,0 +1,22 @@
+// The process-wide registry of temporary files: a handle listed here has its
+// file deleted when it is closed through the library.
+#pragma once
+
+#include <cstdint>
+
+#include "vxkrn/file.h"
+
+namespace vxkrn::io {
+
+// Enter (file, name); an entry for the same handle is replaced. False when
+// the name is too long or memory ran out.
+bool register_temp_file(std::int32_t file, const wchar_t *name) noexcept;
+
+// Close a handle and, if it was registered, delete its file after the close.
+// Returns whether the close succeeded.
+bool close_file(std::int32_t file) noexcept;
+
+// Entries currently held (tests).
+int registered_temp_files() noexcept;
+
+}  // namespace vxkrn::io
