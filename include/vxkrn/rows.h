@@ -53,6 +53,27 @@ VXKRN_API ResultCode V_PutBitmapRowSegments(BitmapHandle *bitmap, const void *so
                                             int32_t first_column, const int32_t *segments,
                                             int32_t segment_count, int32_t reserved);
 
+/* The failure value of V_GetPixelColor, which no colour takes. */
+#define PIXEL_COLOR_FAILED 0x80000000u
+
+/* One pixel as a ColorValue (docs/color.md, "Pixels as colours"): the
+ * palette entry of an index, the colour of a colour pixel at 8 bits per
+ * component, or for 12 and 16-bit gray the value scaled to 16 bits with kind
+ * COLOR_KIND_GRAY. The bitmap is accessed for the read if it is not.
+ * Returns PIXEL_COLOR_FAILED for a bad or unallocated record, a position
+ * outside the image, 32-bit gray, a missing palette entry or a failed read. */
+VXKRN_API ColorValue V_GetPixelColor(BitmapHandle *bitmap, int32_t row, int32_t column);
+
+/* Write one pixel from a ColorValue: a palette index (COLOR_KIND_INDEX), a
+ * colour (kind 0, matched to the palette or converted to the pixel's format)
+ * or a 16-bit gray value (COLOR_KIND_GRAY). Alpha and the bits of
+ * neighbouring pixels keep their values.
+ * Returns 1; -2 null or unallocated record; -789 StructSize; -13 a position
+ * outside the image, an unknown kind, an index beyond the palette, or a
+ * palette bitmap without palette; the codes of the row functions. */
+VXKRN_API ResultCode V_PutPixelColor(BitmapHandle *bitmap, int32_t row, int32_t column,
+                                     ColorValue color);
+
 VXKRN_END_DECLS
 
 #endif /* VXKRN_ROWS_H */

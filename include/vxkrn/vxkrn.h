@@ -9,5 +9,6 @@
 #include <vxkrn/palette.h>
 #include <vxkrn/rows.h>
 #include <vxkrn/file.h>
+#include <vxkrn/convert.h>
 
 #endif /* VXKRN_VXKRN_H */

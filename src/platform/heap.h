@@ -47,6 +47,10 @@ class HeapBlock {
     block_ = nullptr;
     return b;
   }
+  void reset(void *block) {
+    heap_free(H, block_);
+    block_ = block;
+  }
   explicit operator bool() const { return block_ != nullptr; }
 
  private:

@@ -1,0 +1,130 @@
+// The exported converter: validation in its documented order, the per-call
+// context, then a fast path or the general path.
+#include <cstring>
+
+#include "color/convert_engine.h"
+#include "vxkrn/convert.h"
+#include "vxkrn/palette.h"
+
+using namespace vxkrn::color;
+
+namespace {
+
+// A gray range low..high of a pixel of `bits` (low < 0: 0, high < 0: the top
+// bit) applied to a side. False when it is not a range of the pixel.
+bool apply_range(int32_t low_bit, int32_t high_bit, Side &side) {
+  const int32_t low = low_bit < 0 ? 0 : low_bit;
+  const int32_t high = high_bit < 0 ? side.bits - 1 : high_bit;
+  if (high > side.bits - 1 || low > high) return false;
+  side.low = static_cast<uint32_t>(low);
+  side.width = static_cast<uint32_t>(high - low + 1);
+  side.mask = (uint64_t{1} << side.width) - 1;
+  return true;
+}
+
+// The whole pixel: a range that changes nothing.
+bool covers_pixel(int32_t low_bit, int32_t high_bit, int32_t bits) {
+  const int32_t effective = bits == 0 ? 8 : bits;
+  return low_bit < 1 && (high_bit < 0 || high_bit == effective - 1);
+}
+
+}  // namespace
+
+namespace vxkrn::color {
+
+int32_t convert_buffer(void *buffer, uint32_t width, int32_t src_bits, int32_t dst_bits,
+                       int32_t src_order, int32_t dst_order, const PaletteEntry *src_palette,
+                       const PaletteEntry *dst_palette, int32_t flags, int32_t low_bit,
+                       int32_t high_bit, bool use_fast_paths) noexcept {
+  if (!buffer || width == 0) return RC_INVALID_PARAMETER;
+  if (src_order == ORDER_GRAY)
+    flags |= CVT_SRC_GRAY;
+  else
+    flags &= ~(CVT_SRC_GRAY | CVT_SRC_BITS);
+  if (dst_order == ORDER_GRAY)
+    flags |= CVT_DST_GRAY;
+  else
+    flags &= ~CVT_DST_GRAY;
+  if ((flags & CVT_SRC_BITS) && (flags & CVT_DST_BITS)) return RC_INVALID_PARAMETER;
+  if ((flags & CVT_DST_BITS) && dst_order != ORDER_GRAY) return RC_INVALID_PARAMETER;
+  if ((src_bits == 12 && src_order != ORDER_GRAY) || (dst_bits == 12 && dst_order != ORDER_GRAY))
+    return RC_INVALID_PARAMETER;
+  if ((flags & CVT_SRC_BITS) && covers_pixel(low_bit, high_bit, src_bits))
+    flags &= ~CVT_SRC_BITS;
+  else if ((flags & CVT_DST_BITS) && covers_pixel(low_bit, high_bit, dst_bits))
+    flags &= ~CVT_DST_BITS;
+
+  // ORDER_MATRIX is transformed only on the side that has it alone; it means
+  // something on 24 and 48-bit sides only.
+  const auto matrix_side = [](int32_t bits, int32_t order) {
+    return order == ORDER_MATRIX && (bits == 24 || bits == 48);
+  };
+  const bool both_matrix = matrix_side(src_bits, src_order) && matrix_side(dst_bits, dst_order);
+  ConvertContext c;
+  if (!resolve_side(src_bits, src_order, !both_matrix, &c.src) ||
+      !resolve_side(dst_bits, dst_order, !both_matrix, &c.dst))
+    return RC_INVALID_PARAMETER;
+  // A remaining range must be a range of its side's pixel; it applies to
+  // gray formats only.
+  const Domain from = traits(c.src.format).domain, to = traits(c.dst.format).domain;
+  Side ranged = (flags & CVT_SRC_BITS) ? c.src : c.dst;
+  if ((flags & (CVT_SRC_BITS | CVT_DST_BITS)) && !apply_range(low_bit, high_bit, ranged))
+    return RC_INVALID_PARAMETER;
+  if ((flags & CVT_SRC_BITS) && from == Domain::Gray) {
+    c.src = ranged;
+    if (c.src.format == Format::Gray8) c.src.format = Format::Gray8Ranged;
+  }
+  if ((flags & CVT_DST_BITS) && to == Domain::Gray) c.dst = ranged;
+
+  c.backward = c.dst.bits > c.src.bits;
+  // Opaque is 255 in 8 bits and 65535 in 16: the 16-bit sample narrows to both.
+  c.alpha_fill = (flags & (CVT_ALPHA_FILL | CVT_ALPHA_SET)) ? 65535 : 0;
+  c.src_count = from == Domain::Palette ? 1u << c.src.bits : 0;
+  c.dst_count = to == Domain::Palette ? 1u << c.dst.bits : 0;
+  c.src_palette = src_palette ? src_palette : V_IntGetFixedPalette(c.src.bits);
+  c.dst_palette = dst_palette ? dst_palette : V_IntGetFixedPalette(c.dst.bits);
+  NearestSearch search(c.dst_palette, c.dst_count);
+  c.search = from == Domain::Color && to == Domain::Palette ? &search : nullptr;
+  prepare_context(c);
+
+  auto *bytes = static_cast<uint8_t *>(buffer);
+  const ConvertFn fast = use_fast_paths ? find_fast_path(c) : nullptr;
+  if (fast)
+    fast(bytes, width, c);
+  else
+    convert_general(bytes, width, c);
+  return RC_SUCCESS;
+}
+
+}  // namespace vxkrn::color
+
+extern "C" {
+
+ResultCode V_ConvertBufferExt(void *buffer, uint32_t width, int32_t src_bits, int32_t dst_bits,
+                              int32_t src_order, int32_t dst_order, const PaletteEntry *src_palette,
+                              const PaletteEntry *dst_palette, int32_t flags, int32_t low_bit,
+                              int32_t high_bit) {
+  return convert_buffer(buffer, width, src_bits, dst_bits, src_order, dst_order, src_palette,
+                        dst_palette, flags, low_bit, high_bit, true);
+}
+
+ResultCode V_ConvertBuffer(void *buffer, uint32_t width, int32_t src_bits, int32_t dst_bits,
+                           int32_t src_order, int32_t dst_order, const PaletteEntry *src_palette,
+                           const PaletteEntry *dst_palette) {
+  const int32_t flags =
+      (src_order == ORDER_GRAY ? CVT_SRC_GRAY : 0) | (dst_order == ORDER_GRAY ? CVT_DST_GRAY : 0);
+  return V_ConvertBufferExt(buffer, width, src_bits, dst_bits, src_order, dst_order, src_palette,
+                            dst_palette, flags, -1, -1);
+}
+
+uint32_t V_CalcConvertSize(uint32_t width, uint32_t bits, uint32_t new_width, uint32_t new_bits) {
+  auto row = [](uint64_t pixels, uint64_t depth) {
+    return ((pixels * (depth == 0 ? 8 : depth) + 31) >> 3) & ~uint64_t{3};
+  };
+  uint64_t size = row(width, bits);
+  if (row(new_width, bits) > size) size = row(new_width, bits);
+  if (row(new_width, new_bits) > size) size = row(new_width, new_bits);
+  return size > UINT32_MAX ? 0 : static_cast<uint32_t>(size);
+}
+
+}  // extern "C"

@@ -1,0 +1,71 @@
+// Nearest palette entry to a colour: the plain scan that defines the answer,
+// and an accelerated search that gives the same answer for every colour.
+#pragma once
+
+#include <cstdint>
+
+#include "platform/heap.h"
+#include "vxkrn/types.h"
+
+namespace vxkrn::color {
+
+// Hue-ordering code used to break ties between equally distant entries.
+constexpr int order_code(int red, int green, int blue) {
+  const int low = red < blue ? red : blue;
+  const int high = red < blue ? blue : red;
+  return (red < blue ? 4 : 0) + (green < low ? 2 : 0) +
+         (high < (green > low ? green : low) ? 1 : 0);
+}
+
+// The index of the nearest entry: black and white shortcuts to the ends of
+// the palette, then the first entry at the smallest squared distance, a
+// later equally distant entry winning when its order code matches the
+// colour's; the scan stops at the first exact match. -1 for count 0.
+int32_t find_palette_index(const PaletteEntry *entries, uint32_t count, int red, int green,
+                           int blue) noexcept;
+
+// Exact accelerated search over a palette of 1 to 256 entries, for one
+// conversion: colours already seen are remembered, and the others scan only
+// the entries that can be nearest within their cell of the colour cube.
+// Working memory is taken on first use; without it every colour is scanned
+// in full, with the same results.
+class NearestSearch {
+ public:
+  NearestSearch(const PaletteEntry *entries, uint32_t count) noexcept;
+  ~NearestSearch();
+  NearestSearch(const NearestSearch &) = delete;
+  NearestSearch &operator=(const NearestSearch &) = delete;
+
+  uint8_t find(int red, int green, int blue) noexcept;
+
+ private:
+  static constexpr int kCellShift = 4;  // 16 x 16 x 16 cells of 16 levels
+  static constexpr int kCellsPerAxis = 256 >> kCellShift;
+  static constexpr int kCells = kCellsPerAxis * kCellsPerAxis * kCellsPerAxis;
+  static constexpr int kMemoBits = 14;
+
+  struct Cell {
+    uint32_t first;  // into pool_
+    uint16_t count;  // 0: not built yet (every cell has at least one candidate)
+  };
+
+  bool prepare() noexcept;
+  const Cell *cell_for(int red, int green, int blue) noexcept;
+  uint8_t scan(const uint8_t *candidates, uint32_t n, int red, int green, int blue) const noexcept;
+
+  const PaletteEntry *entries_;
+  uint32_t count_;
+  uint8_t codes_[256];
+  bool prepared_ = false;
+  bool degraded_ = false;          // no working memory: scan everything
+  platform::RuntimeBlock memory_;  // cells, memo keys and values
+  Cell *cells_ = nullptr;
+  uint32_t *memo_keys_ = nullptr;
+  uint8_t *memo_values_ = nullptr;
+  uint8_t *pool_ = nullptr;
+  uint32_t pool_used_ = 0;
+  uint32_t pool_capacity_ = 0;
+  uint8_t all_[256];  // 0..count-1, the full scan order
+};
+
+}  // namespace vxkrn::color

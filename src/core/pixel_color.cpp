@@ -1,0 +1,181 @@
+// Single pixels as colour values: read and written through the row
+// functions, converted with the converter's own rules.
+#include "color/palette_search.h"
+#include "core/bitmap_core.h"
+#include "core/checks.h"
+#include "core/pixel_layout.h"
+#include "vxkrn/bitmap.h"
+#include "vxkrn/convert.h"
+#include "vxkrn/palette.h"
+#include "vxkrn/rows.h"
+
+using namespace vxkrn::core;
+
+namespace {
+
+// The bytes of one pixel, where its bits start in them, and the lock that
+// makes a memory bitmap addressable while they move.
+struct PixelBytes {
+  BitmapHandle *bitmap;
+  int32_t row, column;
+  uint32_t count;
+  uint64_t first_bit;
+  uint8_t bytes[8];
+  int32_t was_accessed;
+
+  PixelBytes(BitmapHandle *b, int32_t r, int32_t c)
+      : bitmap(b),
+        row(r),
+        column(c),
+        count(pixel_bytes(b->BitsPerPixel, static_cast<uint64_t>(c))),
+        first_bit(static_cast<uint64_t>(c) * static_cast<uint64_t>(b->BitsPerPixel) -
+                  8 * column_offset(b->BitsPerPixel, static_cast<uint64_t>(c))),
+        bytes{},
+        was_accessed(V_LockBitmap(b)) {}
+  ~PixelBytes() { V_UnlockBitmap(bitmap, was_accessed); }
+  bool read() { return V_GetBitmapRowCol(bitmap, bytes, row, column, count) == int32_t(count); }
+  ResultCode write() {
+    const int32_t written = V_PutBitmapRowCol(bitmap, bytes, row, column, count);
+    return written == int32_t(count) ? RC_SUCCESS : written < 0 ? written : RC_FILE_WRITE;
+  }
+  uint32_t packed() const { return get_packed_pixel(bytes, first_bit, bitmap->BitsPerPixel); }
+  void set_packed(uint32_t value) {
+    set_packed_pixel(bytes, first_bit, bitmap->BitsPerPixel, value);
+  }
+};
+
+bool inside(const BitmapHandle &b, int32_t row, int32_t column) {
+  return row >= 0 && row < b.Height && column >= 0 && column < b.Width;
+}
+
+bool is_gray_format(const BitmapHandle &b) {
+  return b.Order == ORDER_GRAY &&
+         (b.BitsPerPixel == 12 || b.BitsPerPixel == 16 || b.BitsPerPixel == 32);
+}
+
+// The active gray description as (low, mask); false when it is not a range
+// of the pixel.
+bool active_range(const BitmapHandle &b, uint32_t *low, uint64_t *mask) {
+  const GrayBits bits = active_gray_bits(b);
+  const int32_t from = bits.low < 0 ? 0 : bits.low;
+  if (bits.high > b.BitsPerPixel - 1 || from > bits.high) return false;
+  *low = static_cast<uint32_t>(from);
+  *mask = (uint64_t{1} << (bits.high - from + 1)) - 1;
+  return true;
+}
+
+uint32_t raw_gray(const PixelBytes &p) {
+  if (p.bitmap->BitsPerPixel == 12) return p.packed();
+  uint32_t v = 0;
+  for (uint32_t i = p.count; i-- > 0;)
+    v = v << 8 | p.bytes[i];
+  return v;
+}
+
+void set_raw_gray(PixelBytes &p, uint32_t v) {
+  if (p.bitmap->BitsPerPixel == 12) return p.set_packed(v);
+  for (uint32_t i = 0; i < p.count; ++i, v >>= 8)
+    p.bytes[i] = static_cast<uint8_t>(v);
+}
+
+ColorValue rgb(uint32_t red, uint32_t green, uint32_t blue) {
+  return red | green << 8 | blue << 16;
+}
+
+}  // namespace
+
+extern "C" {
+
+ColorValue V_GetPixelColor(BitmapHandle *bitmap, int32_t row, int32_t column) {
+  if (check_allocated_handle(bitmap, RC_INVALID_BITMAP, RC_INVALID_BITMAP) != RC_SUCCESS ||
+      !inside(*bitmap, row, column) || (bitmap->Order == ORDER_GRAY && bitmap->BitsPerPixel == 32))
+    return PIXEL_COLOR_FAILED;
+  PixelBytes pixel(bitmap, row, column);
+  if (!pixel.read()) return PIXEL_COLOR_FAILED;
+  const int32_t bits = bitmap->BitsPerPixel;
+  if (bits <= 8) {
+    PaletteEntry entry;
+    const uint32_t index = bits == 8 ? pixel.bytes[0] : pixel.packed();
+    if (V_GetBitmapPaletteEntries(bitmap, index, 1, &entry) != 1) return PIXEL_COLOR_FAILED;
+    return rgb(entry.Red, entry.Green, entry.Blue);
+  }
+  if (is_gray_format(*bitmap)) {
+    uint32_t low;
+    uint64_t mask;
+    if (!active_range(*bitmap, &low, &mask)) return PIXEL_COLOR_FAILED;
+    const uint64_t v = (raw_gray(pixel) >> low) & mask;
+    return (COLOR_KIND_GRAY << 24) | static_cast<uint32_t>(v * 65535 / mask);
+  }
+  if (V_ConvertBufferExt(pixel.bytes, 1, bits, 24, bitmap->Order, ORDER_RGB, nullptr, nullptr, 0,
+                         -1, -1) != RC_SUCCESS)
+    return PIXEL_COLOR_FAILED;
+  return rgb(pixel.bytes[0], pixel.bytes[1], pixel.bytes[2]);
+}
+
+ResultCode V_PutPixelColor(BitmapHandle *bitmap, int32_t row, int32_t column, ColorValue color) {
+  VXKRN_TRY(check_allocated_handle(bitmap, RC_INVALID_BITMAP, RC_INVALID_BITMAP));
+  if (!inside(*bitmap, row, column)) return RC_INVALID_PARAMETER;
+  const uint32_t kind = color >> 24;
+  const int32_t bits = bitmap->BitsPerPixel;
+  const bool gray_bitmap = is_gray_format(*bitmap);
+  if (kind != COLOR_KIND_RGB && kind != COLOR_KIND_INDEX && kind != COLOR_KIND_GRAY)
+    return RC_INVALID_PARAMETER;
+  if (kind == COLOR_KIND_INDEX &&
+      (bits > 8 || (color & 0xFFFF) >= static_cast<uint32_t>(bitmap->ColorCount)))
+    return RC_INVALID_PARAMETER;
+  if (kind == COLOR_KIND_GRAY && !gray_bitmap) {
+    const uint32_t g = (color >> 8) & 0xFF;  // the gray level's high byte
+    color = rgb(g, g, g);
+  }
+  PixelBytes pixel(bitmap, row, column);
+  if (!pixel.read()) return RC_FILE_READ;
+  const uint32_t red = color & 0xFF, green = (color >> 8) & 0xFF, blue = (color >> 16) & 0xFF;
+
+  if (bits <= 8) {
+    uint32_t index = color & 0xFFFF;
+    if (kind != COLOR_KIND_INDEX) {
+      if (!bitmap->Palette || bitmap->ColorCount <= 0) return RC_INVALID_PARAMETER;
+      index = static_cast<uint32_t>(vxkrn::color::find_palette_index(
+          bitmap->Palette, static_cast<uint32_t>(bitmap->ColorCount), static_cast<int>(red),
+          static_cast<int>(green), static_cast<int>(blue)));
+    }
+    if (bits == 8)
+      pixel.bytes[0] = static_cast<uint8_t>(index);
+    else
+      pixel.set_packed(index);
+    return pixel.write();
+  }
+  if (gray_bitmap && kind == COLOR_KIND_GRAY) {
+    uint32_t low;
+    uint64_t mask;
+    if (!active_range(*bitmap, &low, &mask)) return RC_INVALID_PARAMETER;
+    // Rounded, so that writing back a value read by V_GetPixelColor
+    // restores the pixel.
+    const uint64_t v = ((color & 0xFFFF) * mask + 32767) / 65535;
+    set_raw_gray(pixel, static_cast<uint32_t>(v << low));
+    return pixel.write();
+  }
+  // A colour through the converter, from 24-bit RGB into the pixel's format.
+  uint8_t converted[8] = {static_cast<uint8_t>(red), static_cast<uint8_t>(green),
+                          static_cast<uint8_t>(blue)};
+  int32_t flags = 0, low_bit = -1, high_bit = -1;
+  if (gray_bitmap) {
+    const GrayBits active = active_gray_bits(*bitmap);
+    flags = CVT_DST_BITS;
+    low_bit = active.low;
+    high_bit = active.high;
+  }
+  VXKRN_TRY(V_ConvertBufferExt(converted, 1, 24, bits, ORDER_RGB, bitmap->Order, nullptr, nullptr,
+                               flags, low_bit, high_bit));
+  if (bits == 12) {
+    pixel.set_packed(get_packed_pixel(converted, 0, 12));
+  } else {
+    // Alpha keeps its value: only the colour bytes are replaced.
+    const uint32_t colour_bytes = bits == 32 && !gray_bitmap ? 3 : bits == 64 ? 6 : pixel.count;
+    for (uint32_t i = 0; i < colour_bytes; ++i)
+      pixel.bytes[i] = converted[i];
+  }
+  return pixel.write();
+}
+
+}  // extern "C"

@@ -1,0 +1,474 @@
+// The plain converter model: decode everything, apply one rule per domain
+// pair, encode into a copy. Each helper does one thing so that it can be
+// checked against docs/color.md by eye.
+#include "support/convert_reference.h"
+
+#include <algorithm>
+#include <cstring>
+#include <stdexcept>
+
+namespace vxkrn_test {
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+
+constexpr ResultCode kRejected = RC_INVALID_PARAMETER;
+
+int64_t depth_of(int32_t bits) {
+  return bits == 0 ? 8 : bits;
+}
+
+// The format table: which orders each depth takes.
+bool accepted(int32_t bits, int32_t order) {
+  switch (bits) {
+    case 0:
+    case 1:
+    case 2:
+    case 3:
+    case 4:
+    case 5:
+    case 6:
+    case 7:
+    case 8:
+      return true;  // the order is ignored
+    case 12:
+      return order == ORDER_GRAY;
+    case 16:
+    case 32:
+      return order == ORDER_RGB || order == ORDER_BGR || order == ORDER_GRAY;
+    case 24:
+    case 48:
+      return order == ORDER_RGB || order == ORDER_BGR || order == ORDER_MATRIX;
+    case 64:
+      return order == ORDER_RGB || order == ORDER_BGR;
+    default:
+      return false;
+  }
+}
+
+enum class Domain { Palette, Gray, Colour };
+
+// For an accepted format.
+Domain domain_of(int32_t bits, int32_t order) {
+  if (bits >= 1 && bits <= 8) return Domain::Palette;
+  if (bits == 0 || bits == 12 || order == ORDER_GRAY) return Domain::Gray;
+  return Domain::Colour;
+}
+
+// Only 24 and 48-bit pixels hold matrix samples; on a palette or gray8 side
+// the order means nothing, ORDER_MATRIX included.
+bool in_matrix_space(int32_t bits, int32_t order) {
+  return (bits == 24 || bits == 48) && order == ORDER_MATRIX;
+}
+
+// Where a gray value sits in its pixel: n bits from bit `low` up.
+struct GrayBits {
+  uint32_t low = 0;
+  uint32_t n = 8;
+  uint64_t mask() const { return (uint64_t{1} << n) - 1; }
+};
+
+// A source pixel once read.
+struct Pixel {
+  uint32_t index = 0;  // palette formats
+  bool wide = false;   // gray: v over the mask s, else v is a gray8 value
+  uint64_t v = 0;
+  uint64_t s = 255;
+  bool deep = false;  // colour: 16-bit samples, else 8-bit components
+  uint32_t red = 0, green = 0, blue = 0;
+  bool has_alpha = false;
+  uint32_t alpha = 0;  // as wide as the components
+};
+
+struct Rgb {
+  uint32_t red, green, blue;
+};
+
+// Packed rows are one bit stream, most significant bit of byte 0 first.
+uint32_t get_packed(const Bytes &b, uint64_t i, int32_t bits) {
+  uint32_t value = 0;
+  for (int32_t k = 0; k < bits; ++k) {
+    const uint64_t p = i * bits + k;
+    value = value << 1 | ((b[p / 8] >> (7 - p % 8)) & 1u);
+  }
+  return value;
+}
+
+void put_packed(Bytes &b, uint64_t i, int32_t bits, uint32_t value) {
+  for (int32_t k = 0; k < bits; ++k) {
+    const uint64_t p = i * bits + k;
+    const uint8_t bit = static_cast<uint8_t>(0x80u >> (p % 8));
+    if ((value >> (bits - 1 - k)) & 1u)
+      b[p / 8] |= bit;
+    else
+      b[p / 8] &= static_cast<uint8_t>(~bit);
+  }
+}
+
+uint64_t get_le(const Bytes &b, uint64_t at, int count) {
+  uint64_t value = 0;
+  for (int k = count - 1; k >= 0; --k)
+    value = value << 8 | b[at + k];
+  return value;
+}
+
+void put_le(Bytes &b, uint64_t at, int count, uint64_t value) {
+  for (int k = 0; k < count; ++k)
+    b[at + k] = static_cast<uint8_t>(value >> (8 * k));
+}
+
+// Two 12-bit pixels in three bytes: the even one is byte 0 plus the low
+// nibble of byte 1 as its top bits, the odd one the high nibble of byte 1 as
+// its low bits plus byte 2.
+uint32_t get12(const Bytes &b, uint64_t i) {
+  const uint64_t g = 3 * (i / 2);
+  if (i % 2 == 0) return b[g] | (b[g + 1] & 0x0Fu) << 8;
+  return b[g + 1] >> 4 | uint32_t{b[g + 2]} << 4;
+}
+
+void put12(Bytes &b, uint64_t i, uint32_t value) {
+  const uint64_t g = 3 * (i / 2);
+  if (i % 2 == 0) {
+    b[g] = static_cast<uint8_t>(value);
+    b[g + 1] = static_cast<uint8_t>((b[g + 1] & 0xF0u) | (value >> 8 & 0x0Fu));
+  } else {
+    b[g + 1] = static_cast<uint8_t>((b[g + 1] & 0x0Fu) | (value & 0x0Fu) << 4);
+    b[g + 2] = static_cast<uint8_t>(value >> 4);
+  }
+}
+
+uint64_t get_gray(const Bytes &b, uint64_t i, int32_t bits) {
+  switch (bits) {
+    case 0:
+      return b[i];
+    case 12:
+      return get12(b, i);
+    case 16:
+      return get_le(b, 2 * i, 2);
+    default:
+      return get_le(b, 4 * i, 4);
+  }
+}
+
+void put_gray(Bytes &b, uint64_t i, int32_t bits, uint64_t value) {
+  switch (bits) {
+    case 0:
+      b[i] = static_cast<uint8_t>(value);
+      break;
+    case 12:
+      put12(b, i, static_cast<uint32_t>(value));
+      break;
+    case 16:
+      put_le(b, 2 * i, 2, value);
+      break;
+    default:
+      put_le(b, 4 * i, 4, value);
+      break;
+  }
+}
+
+uint32_t widen5(uint32_t c) {
+  return c << 3 | c >> 2;
+}
+
+uint32_t gray8_of(const Rgb &c) {
+  return (2 * c.red + 5 * c.green + c.blue + 4) >> 3;
+}
+
+// RGB stores red first; BGR and matrix samples store blue first.
+Pixel read_colour(const Bytes &b, uint64_t i, int32_t bits, int32_t order) {
+  Pixel p;
+  uint32_t c[4] = {};
+  switch (bits) {
+    case 16: {
+      const uint64_t word = get_le(b, 2 * i, 2);  // bit 15 is not part of the colour
+      for (int k = 0; k < 3; ++k)
+        c[k] = widen5(static_cast<uint32_t>(word >> (5 * k)) & 31u);
+      break;
+    }
+    case 24:
+    case 32:
+      for (int k = 0; k < bits / 8; ++k)
+        c[k] = b[i * (bits / 8) + k];
+      break;
+    default:  // 48, 64
+      p.deep = true;
+      for (int k = 0; k < bits / 16; ++k)
+        c[k] = static_cast<uint32_t>(get_le(b, i * (bits / 8) + 2 * k, 2));
+      break;
+  }
+  const bool rgb = order == ORDER_RGB;
+  p.red = rgb ? c[0] : c[2];
+  p.green = c[1];
+  p.blue = rgb ? c[2] : c[0];
+  p.has_alpha = bits == 32 || bits == 64;
+  p.alpha = c[3];
+  return p;
+}
+
+// Matrix samples back to BGR, on the pixel's own sample width.
+void leave_matrix_space(Pixel &p) {
+  const int64_t top = p.deep ? 65535 : 255;
+  const int64_t b0 = p.blue, b1 = p.green, b2 = p.red;
+  // C++ division truncates toward zero, as the transform requires.
+  const auto sample = [top](int64_t sum) {
+    return static_cast<uint32_t>(std::clamp<int64_t>(sum / 8192, 0, top));
+  };
+  p.blue = sample(9467 * b0 - 1151 * b1 - 125 * b2 + 4095);
+  p.green = sample(-305 * b0 + 10232 * b1 - 1735 * b2 + 4095);
+  p.red = sample(-2156 * b0 - 6498 * b1 + 16846 * b2 + 4095);
+}
+
+// BGR samples into matrix space. The weights of the blue row sum to 8193,
+// so near-white 16-bit samples come out above 65535: the sample keeps its
+// low 16 bits, which is what storing the result in a 16-bit sample does.
+// 8-bit samples never exceed 255.
+void enter_matrix_space(Rgb &c, uint32_t top) {
+  const uint64_t b0 = c.blue, b1 = c.green, b2 = c.red;
+  // The blue weights add up to 8193, so white overshoots a 16-bit sample.
+  const auto clamp = [top](uint64_t v) { return static_cast<uint32_t>(v > top ? top : v); };
+  c.red = clamp((4284 * b2 + 2841 * b1 + 1067 * b0 + 4095) >> 13);
+  c.green = clamp((731 * b2 + 7067 * b1 + 394 * b0 + 4095) >> 13);
+  c.blue = clamp((145 * b2 + 897 * b1 + 7151 * b0 + 4095) >> 13);
+}
+
+void write_colour(Bytes &b, uint64_t i, int32_t bits, int32_t order, const Rgb &c, uint32_t alpha) {
+  const bool rgb = order == ORDER_RGB;
+  const uint32_t v[4] = {rgb ? c.red : c.blue, c.green, rgb ? c.blue : c.red, alpha};
+  switch (bits) {
+    case 16:  // bit 15 stays zero
+      put_le(b, 2 * i, 2, v[0] >> 3 | (v[1] >> 3) << 5 | (v[2] >> 3) << 10);
+      break;
+    case 24:
+    case 32:
+      for (int k = 0; k < bits / 8; ++k)
+        b[i * (bits / 8) + k] = static_cast<uint8_t>(v[k]);
+      break;
+    default:  // 48, 64
+      for (int k = 0; k < bits / 16; ++k)
+        put_le(b, i * (bits / 8) + 2 * k, 2, v[k]);
+      break;
+  }
+}
+
+// The source pixel as 8-bit components: a palette entry, a gray level three
+// times, or a colour (16-bit samples by their high bytes).
+Rgb components8(const Pixel &p, Domain from, const PaletteEntry *palette) {
+  switch (from) {
+    case Domain::Palette: {
+      const PaletteEntry &e = palette[p.index];
+      return {e.Red, e.Green, e.Blue};
+    }
+    case Domain::Gray: {
+      const uint32_t g = static_cast<uint32_t>(p.wide ? p.v * 255 / p.s : p.v);
+      return {g, g, g};
+    }
+    default:
+      if (p.deep) return {p.red >> 8, p.green >> 8, p.blue >> 8};
+      return {p.red, p.green, p.blue};
+  }
+}
+
+// The source pixel as 16-bit samples.
+Rgb samples16(const Pixel &p, Domain from, const PaletteEntry *palette) {
+  if (from == Domain::Gray && p.wide) {
+    const uint32_t g = static_cast<uint32_t>(p.v * 65535 / p.s);
+    return {g, g, g};
+  }
+  if (from == Domain::Colour && p.deep) return {p.red, p.green, p.blue};
+  const Rgb c = components8(p, from, palette);
+  return {c.red * 257, c.green * 257, c.blue * 257};
+}
+
+// The gray value of n bits (before its shift) that the source pixel gives.
+uint64_t gray_value(const Pixel &p, Domain from, const PaletteEntry *palette, uint32_t n) {
+  const uint64_t m = (uint64_t{1} << n) - 1;
+  if (from == Domain::Gray && p.wide) return p.v * m / p.s;  // fits: both below 2^32
+  const uint64_t g = from == Domain::Gray ? p.v : gray8_of(components8(p, from, palette));
+  return n > 8 ? g * m / 255 : g >> (8 - n);
+}
+
+int order_code(int32_t r, int32_t g, int32_t b) {
+  int code = 0;
+  if (r < b) code += 4;
+  if (g < std::min(r, b)) code += 2;
+  if (std::max(r, b) < std::max(g, std::min(r, b))) code += 1;
+  return code;
+}
+
+bool is_level(const PaletteEntry &e, int level) {
+  return e.Red == level && e.Green == level && e.Blue == level;
+}
+
+}  // namespace
+
+int32_t reference_find_palette_index(const PaletteEntry *entries, uint32_t count, int32_t red,
+                                     int32_t green, int32_t blue) {
+  if (entries == nullptr) return 0;
+  if (count == 0) return -1;
+  const int32_t last = static_cast<int32_t>(count - 1);
+  if (red == 0 && green == 0 && blue == 0) {
+    if (is_level(entries[0], 0)) return 0;
+    if (is_level(entries[last], 0)) return last;
+  }
+  if (red == 255 && green == 255 && blue == 255) {
+    if (is_level(entries[last], 255)) return last;
+    if (is_level(entries[0], 255)) return 0;
+  }
+  const int wanted = order_code(red, green, blue);
+  int32_t best = 0;
+  int64_t best_distance = -1;
+  for (uint32_t i = 0; i < count; ++i) {
+    const PaletteEntry &e = entries[i];
+    const int64_t dr = e.Red - red, dg = e.Green - green, db = e.Blue - blue;
+    const int64_t distance = dr * dr + dg * dg + db * db;
+    if (best_distance < 0 || distance < best_distance) {
+      best = static_cast<int32_t>(i);
+      best_distance = distance;
+    } else if (distance == best_distance && order_code(e.Red, e.Green, e.Blue) == wanted) {
+      best = static_cast<int32_t>(i);
+    }
+    if (best_distance == 0) break;
+  }
+  return best;
+}
+
+uint64_t reference_row_bytes(uint32_t width, int32_t bits) {
+  return (uint64_t{width} * static_cast<uint64_t>(depth_of(bits)) + 7) / 8;
+}
+
+ResultCode reference_convert(Bytes &buffer, uint32_t width, int32_t src_bits, int32_t dst_bits,
+                             int32_t src_order, int32_t dst_order, const PaletteEntry *src_palette,
+                             const PaletteEntry *dst_palette, int32_t flags, int32_t low_bit,
+                             int32_t high_bit) {
+  // Validation, in order; nothing is written before it is over.
+  if (width == 0) return kRejected;
+  if (src_order == ORDER_GRAY)
+    flags |= CVT_SRC_GRAY;
+  else
+    flags &= ~(CVT_SRC_GRAY | CVT_SRC_BITS);
+  if (dst_order == ORDER_GRAY)
+    flags |= CVT_DST_GRAY;
+  else
+    flags &= ~CVT_DST_GRAY;
+  if ((flags & CVT_SRC_BITS) && (flags & CVT_DST_BITS)) return kRejected;
+  if ((flags & CVT_DST_BITS) && dst_order != ORDER_GRAY) return kRejected;
+  if (src_bits == 12 && src_order != ORDER_GRAY) return kRejected;
+  if (dst_bits == 12 && dst_order != ORDER_GRAY) return kRejected;
+  const auto whole_pixel = [&](int32_t bits) {
+    return low_bit < 1 && (high_bit < 0 || high_bit == depth_of(bits) - 1);
+  };
+  if (flags & CVT_SRC_BITS) {
+    if (whole_pixel(src_bits)) flags &= ~CVT_SRC_BITS;
+  } else if ((flags & CVT_DST_BITS) && whole_pixel(dst_bits)) {
+    flags &= ~CVT_DST_BITS;
+  }
+  if (!accepted(src_bits, src_order) || !accepted(dst_bits, dst_order)) return kRejected;
+  GrayBits src_gray{0, static_cast<uint32_t>(depth_of(src_bits))};
+  GrayBits dst_gray{0, static_cast<uint32_t>(depth_of(dst_bits))};
+  const bool src_range = (flags & CVT_SRC_BITS) != 0;
+  if (flags & (CVT_SRC_BITS | CVT_DST_BITS)) {
+    const int64_t bits = depth_of(src_range ? src_bits : dst_bits);
+    const int64_t low = std::max<int64_t>(low_bit, 0);
+    const int64_t high = high_bit < 0 ? bits - 1 : high_bit;
+    if (high > bits - 1 || low > high) return kRejected;
+    GrayBits &range = src_range ? src_gray : dst_gray;
+    range = {static_cast<uint32_t>(low), static_cast<uint32_t>(high - low + 1)};
+  }
+
+  if (buffer.size() <
+      std::max(reference_row_bytes(width, src_bits), reference_row_bytes(width, dst_bits)))
+    throw std::length_error("reference_convert: the buffer does not hold the row");
+
+  const Domain from = domain_of(src_bits, src_order);
+  const Domain to = domain_of(dst_bits, dst_order);
+  if (from == Domain::Palette && src_palette == nullptr)
+    src_palette = V_IntGetFixedPalette(src_bits);
+  if (to == Domain::Palette && dst_palette == nullptr) dst_palette = V_IntGetFixedPalette(dst_bits);
+  const uint32_t src_count = from == Domain::Palette ? 1u << src_bits : 0;
+  const uint32_t dst_count = to == Domain::Palette ? 1u << dst_bits : 0;
+  const bool inverse =
+      in_matrix_space(src_bits, src_order) && !in_matrix_space(dst_bits, dst_order);
+  const bool forward =
+      in_matrix_space(dst_bits, dst_order) && !in_matrix_space(src_bits, src_order);
+
+  // Decode the whole row first.
+  std::vector<Pixel> pixels(width);
+  for (uint32_t i = 0; i < width; ++i) {
+    Pixel &p = pixels[i];
+    switch (from) {
+      case Domain::Palette:
+        p.index = get_packed(buffer, i, src_bits);
+        break;
+      case Domain::Gray: {
+        const uint64_t raw = get_gray(buffer, i, src_bits);
+        if (src_bits == 0 && !src_range) {
+          p.v = raw;
+        } else {
+          p.wide = true;
+          p.s = src_gray.mask();
+          p.v = raw >> src_gray.low & p.s;
+        }
+        break;
+      }
+      case Domain::Colour:
+        p = read_colour(buffer, i, src_bits, src_order);
+        if (inverse) leave_matrix_space(p);
+        break;
+    }
+  }
+
+  // Palette to palette goes through a table of the source entries.
+  std::vector<uint32_t> index_map;
+  if (from == Domain::Palette && to == Domain::Palette) {
+    const bool identity =
+        dst_count >= src_count &&
+        std::memcmp(src_palette, dst_palette, src_count * sizeof(PaletteEntry)) == 0;
+    for (uint32_t i = 0; i < src_count; ++i) {
+      const PaletteEntry &e = src_palette[i];
+      index_map.push_back(identity ? i
+                                   : static_cast<uint32_t>(reference_find_palette_index(
+                                         dst_palette, dst_count, e.Red, e.Green, e.Blue)));
+    }
+  }
+
+  // Encode into a copy, so that bits outside the destination row keep their values.
+  Bytes out = buffer;
+  const bool deep_dst = dst_bits == 48 || dst_bits == 64;
+  const bool fill_alpha = (flags & (CVT_ALPHA_FILL | CVT_ALPHA_SET)) != 0;
+  for (uint32_t i = 0; i < width; ++i) {
+    const Pixel &p = pixels[i];
+    switch (to) {
+      case Domain::Palette: {
+        uint32_t index;
+        if (from == Domain::Palette) {
+          index = index_map[p.index];
+        } else {
+          const Rgb c = components8(p, from, src_palette);
+          index = static_cast<uint32_t>(
+              reference_find_palette_index(dst_palette, dst_count, c.red, c.green, c.blue));
+        }
+        put_packed(out, i, dst_bits, index);
+        break;
+      }
+      case Domain::Gray:
+        put_gray(out, i, dst_bits, gray_value(p, from, src_palette, dst_gray.n) << dst_gray.low);
+        break;
+      case Domain::Colour: {
+        Rgb c = deep_dst ? samples16(p, from, src_palette) : components8(p, from, src_palette);
+        if (forward) enter_matrix_space(c, deep_dst ? 0xFFFF : 0xFF);
+        uint32_t alpha = 0;
+        if (p.has_alpha)
+          alpha = p.deep == deep_dst ? p.alpha : deep_dst ? p.alpha * 257 : p.alpha >> 8;
+        else if (fill_alpha)
+          alpha = deep_dst ? 0xFFFF : 0xFF;
+        write_colour(out, i, dst_bits, dst_order, c, alpha);
+        break;
+      }
+    }
+  }
+  buffer = out;
+  return RC_SUCCESS;
+}
+
+}  // namespace vxkrn_test

@@ -1,0 +1,35 @@
+// A deliberately plain model of the buffer converter and of the nearest-colour
+// search, for the tests to compare the library with. It follows
+// docs/color.md rule by rule and works out of place: every source pixel is
+// decoded first, then each destination pixel is built and written bit by bit
+// into a copy of the buffer. Speed is no concern here.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "vxkrn/vxkrn.h"
+
+namespace vxkrn_test {
+
+// What V_ConvertBufferExt does to `buffer`: 1 with the destination row
+// written over it (bits of a partly used last byte, and everything after the
+// row, keep their old values), or -13 with the buffer untouched. The buffer
+// must hold width pixels of the wider format; a shorter one throws
+// std::length_error, since that is a fault of the test, not of the library.
+ResultCode reference_convert(std::vector<uint8_t> &buffer, uint32_t width, int32_t src_bits,
+                             int32_t dst_bits, int32_t src_order, int32_t dst_order,
+                             const PaletteEntry *src_palette, const PaletteEntry *dst_palette,
+                             int32_t flags, int32_t low_bit, int32_t high_bit);
+
+// The nearest palette entry, scanned linearly: null entries give 0, count 0
+// gives -1, black and white try the ends of the palette first, ties go to a
+// later entry whose component order matches the requested colour's, and the
+// first exact match ends the scan.
+int32_t reference_find_palette_index(const PaletteEntry *entries, uint32_t count, int32_t red,
+                                     int32_t green, int32_t blue);
+
+// Bytes a row of `width` pixels of an accepted depth takes (0 counts as 8).
+uint64_t reference_row_bytes(uint32_t width, int32_t bits);
+
+}  // namespace vxkrn_test
