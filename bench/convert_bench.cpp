@@ -59,11 +59,15 @@ void BM_Convert_24_RgbToBgr(benchmark::State &s) {
 void BM_Convert_32_to_24(benchmark::State &s) {
   convert_image(s, {32, ORDER_BGR, 24, ORDER_BGR, 0}, nullptr, nullptr);
 }
+// Index expansion: the deeper palette begins with the shallower one, as when
+// an image keeps its colours at a greater depth.
 void BM_Convert_1_to_8(benchmark::State &s) {
-  convert_image(s, {1, ORDER_RGB, 8, ORDER_RGB, 0}, nullptr, nullptr);
+  const PaletteEntry *web = V_IntGetNetscapePalette();
+  convert_image(s, {1, ORDER_RGB, 8, ORDER_RGB, 0}, web, web);
 }
 void BM_Convert_4_to_8(benchmark::State &s) {
-  convert_image(s, {4, ORDER_RGB, 8, ORDER_RGB, 0}, nullptr, nullptr);
+  const PaletteEntry *web = V_IntGetNetscapePalette();
+  convert_image(s, {4, ORDER_RGB, 8, ORDER_RGB, 0}, web, web);
 }
 void BM_Convert_16_to_24(benchmark::State &s) {
   convert_image(s, {16, ORDER_BGR, 24, ORDER_BGR, 0}, nullptr, nullptr);

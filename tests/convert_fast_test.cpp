@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "color/convert_engine.h"
+#include "color/convert_simd.h"
 #include "support/test_support.h"
 
 namespace {
@@ -27,10 +28,17 @@ const Pair kPairs[] = {
     {24, ORDER_BGR, 8, ORDER_RGB, 0},  {24, ORDER_RGB, 4, ORDER_RGB, 0},
 };
 
-TEST(FastPaths, GiveTheGeneralPathsBytes) {
+class FastPaths : public ::testing::TestWithParam<bool> {
+ protected:
+  void SetUp() override { vxkrn::color::set_simd_enabled(GetParam()); }
+  void TearDown() override { vxkrn::color::set_simd_enabled(true); }
+};
+
+// With the vector kernels (where the processor has them) and without.
+TEST_P(FastPaths, GiveTheGeneralPathsBytes) {
   std::mt19937 random(2718);
   for (const Pair &p : kPairs) {
-    for (uint32_t width : {1u, 2u, 3u, 7u, 9u, 33u, 257u}) {
+    for (uint32_t width : {1u, 2u, 3u, 7u, 9u, 33u, 64u, 100u, 257u}) {
       for (int palettes = 0; palettes < 3; ++palettes) {
         SCOPED_TRACE(::testing::Message()
                      << p.src_bits << "/" << p.src_order << " -> " << p.dst_bits << "/"
@@ -60,5 +68,7 @@ TEST(FastPaths, GiveTheGeneralPathsBytes) {
     }
   }
 }
+
+INSTANTIATE_TEST_SUITE_P(VectorKernels, FastPaths, ::testing::Bool());
 
 }  // namespace

@@ -17,3 +17,5 @@ cmake -S examples -B out/examples -G Ninja -DCMAKE_PREFIX_PATH="$prefix" \
   -DCMAKE_BUILD_RPATH="$prefix/lib" >/dev/null
 cmake --build out/examples
 ./out/examples/storage_tour
+echo
+./out/examples/color_tour

@@ -4,6 +4,7 @@
 // samples (8-bit components widened by x 257, which >> 8 undoes exactly).
 #pragma once
 
+#include <bit>
 #include <cstdint>
 #include <cstring>
 
@@ -22,19 +23,31 @@ inline uint8_t narrow(uint32_t v16) {
   return static_cast<uint8_t>(v16 >> 8);
 }
 
+// Little-endian 16 and 32-bit values at any address.
 inline uint32_t load16(const uint8_t *p) {
-  return p[0] | uint32_t{p[1]} << 8;
+  uint16_t v;
+  std::memcpy(&v, p, 2);
+  if constexpr (std::endian::native == std::endian::big) v = static_cast<uint16_t>(v >> 8 | v << 8);
+  return v;
 }
-inline void store16(uint8_t *p, uint32_t v) {
-  p[0] = static_cast<uint8_t>(v);
-  p[1] = static_cast<uint8_t>(v >> 8);
+inline void store16(uint8_t *p, uint32_t value) {
+  uint16_t v = static_cast<uint16_t>(value);
+  if constexpr (std::endian::native == std::endian::big) v = static_cast<uint16_t>(v >> 8 | v << 8);
+  std::memcpy(p, &v, 2);
 }
 inline uint32_t load32(const uint8_t *p) {
-  return load16(p) | load16(p + 2) << 16;
+  uint32_t v;
+  std::memcpy(&v, p, 4);
+  if constexpr (std::endian::native == std::endian::big) v = __builtin_bswap32(v);
+  return v;
 }
 inline void store32(uint8_t *p, uint32_t v) {
-  store16(p, v & 0xFFFF);
-  store16(p + 2, v >> 16);
+  if constexpr (std::endian::native == std::endian::big) v = __builtin_bswap32(v);
+  std::memcpy(p, &v, 4);
+}
+inline void store64(uint8_t *p, uint64_t v) {
+  if constexpr (std::endian::native == std::endian::big) v = __builtin_bswap64(v);
+  std::memcpy(p, &v, 8);
 }
 
 // The matrix space: forward from and inverse to blue-green-red samples,

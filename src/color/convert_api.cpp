@@ -85,13 +85,13 @@ int32_t convert_buffer(void *buffer, uint32_t width, int32_t src_bits, int32_t d
   c.dst_palette = dst_palette ? dst_palette : V_IntGetFixedPalette(c.dst.bits);
   NearestSearch search(c.dst_palette, c.dst_count);
   c.search = from == Domain::Color && to == Domain::Palette ? &search : nullptr;
-  prepare_context(c);
 
   auto *bytes = static_cast<uint8_t *>(buffer);
-  const ConvertFn fast = use_fast_paths ? find_fast_path(c) : nullptr;
-  if (fast)
-    fast(bytes, width, c);
-  else
+  const FastPath fast = use_fast_paths ? find_fast_path(c) : FastPath{nullptr, true};
+  if (fast.needs_tables) prepare_context(c);
+  if (fast.convert)
+    fast.convert(bytes, width, c);
+  else if (!(use_fast_paths && keeps_indices(c)))
     convert_general(bytes, width, c);
   return RC_SUCCESS;
 }

@@ -33,9 +33,16 @@ void prepare_context(ConvertContext &c) noexcept;
 // The general path for any accepted pair.
 void convert_general(uint8_t *buffer, uint64_t width, const ConvertContext &c) noexcept;
 
-// A fast path for the pair, or null. Each produces the general path's bytes.
+// A fast path for the pair (null: none), and whether it reads the tables
+// of prepare_context. Each produces the general path's bytes.
 using ConvertFn = void (*)(uint8_t *buffer, uint64_t width, const ConvertContext &c);
-ConvertFn find_fast_path(const ConvertContext &c) noexcept;
+struct FastPath {
+  ConvertFn convert;
+  bool needs_tables;
+};
+FastPath find_fast_path(const ConvertContext &c) noexcept;
+// Whether an index-to-index conversion leaves every byte as it is.
+bool keeps_indices(const ConvertContext &c) noexcept;
 
 // The converter behind V_ConvertBufferExt; `use_fast_paths` false forces the
 // general path (tests compare the two).

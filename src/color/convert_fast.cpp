@@ -1,10 +1,19 @@
-// Fast paths for the pairs that carry most of the traffic. Each one gives
-// exactly the bytes of the general path (the tests compare them on random
-// rows); they only skip the general path's widening to 16-bit samples and
-// its per-pixel codec calls.
+// Fast paths for the pairs that carry most of the traffic, chosen once per
+// call in front of the general path. Each gives exactly the general path's
+// bytes (the tests compare them on random rows, with and without the vector
+// kernels); they skip the general path's 16-bit samples and codec calls.
+#include "color/convert_kernels.h"
+#include "color/convert_simd.h"
+
 #include <cstring>
 
-#include "color/convert_engine.h"
+// Table lookups written out by hand run faster than the compiler's
+// vectorised form of them (which emulates gathers lane by lane).
+#if defined(__GNUC__) && !defined(__clang__)
+#define VXKRN_SCALAR_LOOPS __attribute__((optimize("no-tree-vectorize")))
+#else
+#define VXKRN_SCALAR_LOOPS
+#endif
 
 namespace vxkrn::color {
 namespace {
@@ -12,122 +21,59 @@ namespace {
 bool same_positions(const Side &a, const Side &b) {
   return a.red == b.red && a.green == b.green && a.blue == b.blue;
 }
+bool unranged(const Side &s) {
+  return s.low == 0 && s.width == static_cast<uint32_t>(s.bits);
+}
 
 // The bytes already hold the result.
 void keep(uint8_t *, uint64_t, const ConvertContext &) {}
 
-// 24 bits between RGB and BGR: exchange bytes 0 and 2.
-void swap_24(uint8_t *p, uint64_t width, const ConvertContext &) {
-  for (uint64_t i = 0; i < width; ++i, p += 3) {
-    const uint8_t t = p[0];
-    p[0] = p[2];
-    p[2] = t;
-  }
+// A whole row through a scalar range kernel.
+template <void (*Kernel)(uint8_t *, uint64_t, uint64_t, const ConvertContext &)>
+void whole_row(uint8_t *buffer, uint64_t width, const ConvertContext &c) {
+  Kernel(buffer, 0, width, c);
 }
 
-// 24 to 32 bits with the alpha of the call; walks backward.
-void rgb24_to_rgba32(uint8_t *buffer, uint64_t width, const ConvertContext &c) {
-  const uint8_t alpha = narrow(c.alpha_fill);
-  const uint8_t r = c.src.red, b = c.src.blue, dr = c.dst.red, db = c.dst.blue;
-  for (uint64_t i = width; i-- > 0;) {
-    const uint8_t *s = buffer + 3 * i;
-    const uint8_t red = s[r], green = s[1], blue = s[b];
-    uint8_t *d = buffer + 4 * i;
-    d[dr] = red;
-    d[1] = green;
-    d[db] = blue;
-    d[3] = alpha;
-  }
-}
-
-// 32 to 24 bits, dropping alpha; walks forward.
-void rgba32_to_rgb24(uint8_t *buffer, uint64_t width, const ConvertContext &c) {
-  const uint8_t r = c.src.red, b = c.src.blue, dr = c.dst.red, db = c.dst.blue;
-  for (uint64_t i = 0; i < width; ++i) {
-    const uint8_t *s = buffer + 4 * i;
-    const uint8_t red = s[r], green = s[1], blue = s[b];
-    uint8_t *d = buffer + 3 * i;
-    d[dr] = red;
-    d[1] = green;
-    d[db] = blue;
-  }
-}
-
-// 24 bits to 8-bit gray (depth 0, no range); walks forward.
-void rgb24_to_gray8(uint8_t *buffer, uint64_t width, const ConvertContext &c) {
-  const uint8_t r = c.src.red, b = c.src.blue;
-  for (uint64_t i = 0; i < width; ++i) {
-    const uint8_t *s = buffer + 3 * i;
-    buffer[i] = static_cast<uint8_t>(gray8(s[r], s[1], s[b]));
-  }
-}
-
-// 8-bit indices to 24 bits through the palette; walks backward.
-void index8_to_rgb24(uint8_t *buffer, uint64_t width, const ConvertContext &c) {
-  uint8_t rgb[256][3];
+// 8-bit indices to 24 bits, backward in chunks: the chunk's indices are
+// copied aside, then its pixels are written front to back eight at a time as
+// three 8-byte words; the chunk's leftover pixels get three bytes each.
+VXKRN_SCALAR_LOOPS void index8_to_rgb24(uint8_t *buffer, uint64_t width, const ConvertContext &c) {
+  // Entry i as its three output bytes, little-endian. A palette entry is
+  // blue, green, red in memory: already the blue-first order.
+  uint64_t packed[256];
+  const bool blue_first = c.dst.blue == 0;
   for (int i = 0; i < 256; ++i) {
-    rgb[i][c.dst.red] = narrow(c.colors[i].r);
-    rgb[i][1] = narrow(c.colors[i].g);
-    rgb[i][c.dst.blue] = narrow(c.colors[i].b);
+    const uint32_t v = load32(reinterpret_cast<const uint8_t *>(c.src_palette + i));
+    packed[i] = blue_first ? v & 0xFFFFFF : (v >> 16 & 0xFF) | (v & 0xFF00) | (v & 0xFF) << 16;
   }
-  for (uint64_t i = width; i-- > 0;) {
-    const uint8_t *entry = rgb[buffer[i]];
-    uint8_t *d = buffer + 3 * i;
-    d[0] = entry[0];
-    d[1] = entry[1];
-    d[2] = entry[2];
-  }
-}
-
-// 1, 2 or 4-bit indices to 8-bit ones through the index map; walks
-// backward a source byte at a time, then the leftover pixels.
-template <int Bits>
-void packed_to_index8(uint8_t *buffer, uint64_t width, const ConvertContext &c) {
-  constexpr int kPerByte = 8 / Bits;
-  constexpr uint32_t kMask = (1u << Bits) - 1;
-  const uint64_t whole = width / kPerByte;
-  for (uint64_t i = width; i-- > whole * kPerByte;) {
-    const uint32_t v = (buffer[i / kPerByte] >> (8 - Bits * (1 + i % kPerByte))) & kMask;
-    buffer[i] = static_cast<uint8_t>(c.table[v]);
-  }
-  for (uint64_t byte = whole; byte-- > 0;) {
-    const uint32_t packed = buffer[byte];
-    uint8_t *d = buffer + byte * kPerByte;
-    for (int k = kPerByte; k-- > 0;)
-      d[k] = static_cast<uint8_t>(c.table[(packed >> (8 - Bits * (1 + k))) & kMask]);
+  constexpr uint64_t kChunk = 256;
+  uint8_t indices[kChunk];
+  kernels::prefetch_ahead(buffer, 3 * width);
+  kernels::NextRowWarmer warmer(buffer, 3 * width);
+  for (uint64_t end = width; end > 0;) {
+    const uint64_t begin = end > kChunk ? end - kChunk : 0, n = end - begin;
+    warmer.advance(3 * (width - begin));
+    std::memcpy(indices, buffer + begin, n);
+    uint8_t *d = buffer + 3 * begin;
+    uint64_t k = 0;
+    for (; k + 8 <= n; k += 8, d += 24) {
+      const uint64_t *p = packed;
+      const uint8_t *x = indices + k;
+      store64(d, p[x[0]] | p[x[1]] << 24 | p[x[2]] << 48);
+      store64(d + 8, p[x[2]] >> 16 | p[x[3]] << 8 | p[x[4]] << 32 | p[x[5]] << 56);
+      store64(d + 16, p[x[5]] >> 8 | p[x[6]] << 16 | p[x[7]] << 40);
+    }
+    for (; k < n; ++k, d += 3) {
+      const uint64_t v = packed[indices[k]];
+      d[0] = static_cast<uint8_t>(v);
+      d[1] = static_cast<uint8_t>(v >> 8);
+      d[2] = static_cast<uint8_t>(v >> 16);
+    }
+    end = begin;
   }
 }
 
-// 5-5-5 words to 24 bits; walks backward.
-void rgb555_to_rgb24(uint8_t *buffer, uint64_t width, const ConvertContext &c) {
-  const auto expand = [](uint32_t word, int shift) {
-    const uint32_t v = (word >> shift) & 31;
-    return static_cast<uint8_t>((v << 3) | (v >> 2));
-  };
-  for (uint64_t i = width; i-- > 0;) {
-    const uint32_t word = load16(buffer + 2 * i);
-    uint8_t *d = buffer + 3 * i;
-    const uint8_t red = expand(word, c.src.red), green = expand(word, c.src.green),
-                  blue = expand(word, c.src.blue);
-    d[c.dst.red] = red;
-    d[1] = green;
-    d[c.dst.blue] = blue;
-  }
-}
-
-// 48 to 24 bits by the high bytes; walks forward.
-void rgb48_to_rgb24(uint8_t *buffer, uint64_t width, const ConvertContext &c) {
-  for (uint64_t i = 0; i < width; ++i) {
-    const uint8_t *s = buffer + 6 * i;
-    const uint8_t red = s[2 * c.src.red + 1], green = s[3], blue = s[2 * c.src.blue + 1];
-    uint8_t *d = buffer + 3 * i;
-    d[c.dst.red] = red;
-    d[1] = green;
-    d[c.dst.blue] = blue;
-  }
-}
-
-// 24 bits to palette indices through the exact search; walks forward.
+// 24 bits to palette indices through the exact search; forward.
 void rgb24_to_index8(uint8_t *buffer, uint64_t width, const ConvertContext &c) {
   for (uint64_t i = 0; i < width; ++i) {
     const uint8_t *s = buffer + 3 * i;
@@ -135,35 +81,49 @@ void rgb24_to_index8(uint8_t *buffer, uint64_t width, const ConvertContext &c) {
   }
 }
 
-bool unranged(const Side &s) {
-  return s.low == 0 && s.width == static_cast<uint32_t>(s.bits);
+FastPath pick(ConvertFn simd, ConvertFn scalar, bool needs_tables) {
+  return FastPath{simd ? simd : scalar, needs_tables};
 }
 
 }  // namespace
 
-ConvertFn find_fast_path(const ConvertContext &c) noexcept {
+FastPath find_fast_path(const ConvertContext &c) noexcept {
+  const SimdKernels &simd = simd_kernels();
   const Format from = c.src.format, to = c.dst.format;
-  if (from == Format::Rgb24 && to == Format::Rgb24)
-    return same_positions(c.src, c.dst) ? keep : swap_24;
-  if (from == Format::Index8 && to == Format::Index8) {
-    bool identity = true;
-    for (uint32_t i = 0; i < 256; ++i)
-      identity = identity && c.table[i] == i;
-    return identity ? keep : nullptr;
+  if (from == Format::Rgb24 && to == Format::Rgb24) {
+    if (same_positions(c.src, c.dst)) return FastPath{keep, false};
+    return pick(simd.swap_24, whole_row<kernels::swap_24>, false);
   }
-  if (from == Format::Rgb24 && to == Format::Rgba32) return rgb24_to_rgba32;
-  if (from == Format::Rgba32 && to == Format::Rgb24) return rgba32_to_rgb24;
-  if (from == Format::Rgb24 && to == Format::Gray8 && unranged(c.dst)) return rgb24_to_gray8;
-  if (from == Format::Index8 && to == Format::Rgb24) return index8_to_rgb24;
+  if (from == Format::Rgb24 && to == Format::Rgba32)
+    return pick(simd.rgb24_to_rgba32, whole_row<kernels::rgb24_to_rgba32>, false);
+  if (from == Format::Rgba32 && to == Format::Rgb24)
+    return pick(simd.rgba32_to_rgb24, whole_row<kernels::rgba32_to_rgb24>, false);
+  if (from == Format::Rgb24 && to == Format::Gray8 && unranged(c.dst))
+    return pick(simd.rgb24_to_gray8, whole_row<kernels::rgb24_to_gray8>, false);
+  if (from == Format::Rgb555 && to == Format::Rgb24)
+    return pick(simd.rgb555_to_rgb24, whole_row<kernels::rgb555_to_rgb24>, false);
+  if (from == Format::Rgb48 && to == Format::Rgb24)
+    return pick(same_positions(c.src, c.dst) ? simd.rgb48_to_rgb24 : nullptr,
+                whole_row<kernels::rgb48_to_rgb24>, false);
+  if (from == Format::Index8 && to == Format::Rgb24) return FastPath{index8_to_rgb24, false};
+  if (from == Format::Rgb24 && to == Format::Index8) return FastPath{rgb24_to_index8, false};
   if (from == Format::Packed && to == Format::Index8) {
-    if (c.src.bits == 1) return packed_to_index8<1>;
-    if (c.src.bits == 2) return packed_to_index8<2>;
-    if (c.src.bits == 4) return packed_to_index8<4>;
+    if (c.src.bits == 1)
+      return pick(simd.packed1_to_index8, whole_row<kernels::packed_to_index8<1>>, true);
+    if (c.src.bits == 2) return FastPath{whole_row<kernels::packed_to_index8<2>>, true};
+    if (c.src.bits == 4)
+      return pick(simd.packed4_to_index8, whole_row<kernels::packed_to_index8<4>>, true);
   }
-  if (from == Format::Rgb555 && to == Format::Rgb24) return rgb555_to_rgb24;
-  if (from == Format::Rgb48 && to == Format::Rgb24) return rgb48_to_rgb24;
-  if (from == Format::Rgb24 && to == Format::Index8) return rgb24_to_index8;
-  return nullptr;
+  return FastPath{nullptr, true};
+}
+
+// Index 8 to 8 keeps the bytes when the map is the identity; only known
+// after the tables are built.
+bool keeps_indices(const ConvertContext &c) noexcept {
+  if (c.src.format != Format::Index8 || c.dst.format != Format::Index8) return false;
+  for (uint32_t i = 0; i < 256; ++i)
+    if (c.table[i] != i) return false;
+  return true;
 }
 
 }  // namespace vxkrn::color

@@ -42,7 +42,7 @@ int shortcut(const PaletteEntry *entries, uint32_t count, int red, int green, in
   return -1;
 }
 
-// Squared distance of the nearest and the farthest point of [low, low + 15]
+// Distance of the nearest and the farthest point of [low, high]
 // along one axis.
 int near_axis(int v, int low, int high) {
   return v < low ? low - v : v > high ? v - high : 0;
@@ -75,12 +75,7 @@ int32_t find_palette_index(const PaletteEntry *entries, uint32_t count, int red,
 }
 
 NearestSearch::NearestSearch(const PaletteEntry *entries, uint32_t count) noexcept
-    : entries_(entries), count_(count) {
-  for (uint32_t i = 0; i < count_; ++i) {
-    codes_[i] = static_cast<uint8_t>(order_code(entries[i].Red, entries[i].Green, entries[i].Blue));
-    all_[i] = static_cast<uint8_t>(i);
-  }
-}
+    : entries_(entries), count_(count) {}
 
 NearestSearch::~NearestSearch() {
   platform::rt_free(pool_);
@@ -88,6 +83,11 @@ NearestSearch::~NearestSearch() {
 
 bool NearestSearch::prepare() noexcept {
   prepared_ = true;
+  for (uint32_t i = 0; i < count_; ++i) {
+    const PaletteEntry &e = entries_[i];
+    codes_[i] = static_cast<uint8_t>(order_code(e.Red, e.Green, e.Blue));
+    all_[i] = static_cast<uint8_t>(i);
+  }
   const std::size_t cells = sizeof(Cell) * kCells;
   const std::size_t keys = sizeof(uint32_t) << kMemoBits;
   const std::size_t values = std::size_t{1} << kMemoBits;

@@ -27,8 +27,8 @@ int32_t find_palette_index(const PaletteEntry *entries, uint32_t count, int red,
 // Exact accelerated search over a palette of 1 to 256 entries, for one
 // conversion: colours already seen are remembered, and the others scan only
 // the entries that can be nearest within their cell of the colour cube.
-// Working memory is taken on first use; without it every colour is scanned
-// in full, with the same results.
+// Nothing is computed until the first search, and working memory is taken
+// then; without it every colour is scanned in full, with the same results.
 class NearestSearch {
  public:
   NearestSearch(const PaletteEntry *entries, uint32_t count) noexcept;
@@ -39,10 +39,10 @@ class NearestSearch {
   uint8_t find(int red, int green, int blue) noexcept;
 
  private:
-  static constexpr int kCellShift = 4;  // 16 x 16 x 16 cells of 16 levels
+  static constexpr int kCellShift = 5;  // 8 x 8 x 8 cells of 32 levels
   static constexpr int kCellsPerAxis = 256 >> kCellShift;
   static constexpr int kCells = kCellsPerAxis * kCellsPerAxis * kCellsPerAxis;
-  static constexpr int kMemoBits = 14;
+  static constexpr int kMemoBits = 12;
 
   struct Cell {
     uint32_t first;  // into pool_
