@@ -122,18 +122,11 @@ VXKRN_AVX2 __m256i widened_field(__m256i words) {
 // backward. Swap: the field in bits 0-4 goes to output byte 2, not 0.
 template <bool Swap>
 VXKRN_AVX2 void rgb555_to_rgb24(uint8_t *buffer, uint64_t width, const ConvertContext &c) {
-  // Output byte k of a lane's 24 takes pixel k / 3's byte: the first or green
-  // one from the interleaved pair, the third from its own register.
-  int8_t lo_pair[16], lo_third[16], hi_pair[16], hi_third[16];
-  for (int k = 0; k < 24; ++k) {
-    const int p = k / 3, slot = k % 3;
-    (k < 16 ? lo_pair : hi_pair)[k % 16] = slot == 2 ? -1 : static_cast<int8_t>(2 * p + slot);
-    (k < 16 ? lo_third : hi_third)[k % 16] = slot == 2 ? static_cast<int8_t>(p) : -1;
-  }
-  for (int k = 8; k < 16; ++k)
-    hi_pair[k] = hi_third[k] = -1;
-  const __m256i m_lo_pair = both_lanes(lo_pair), m_lo_third = both_lanes(lo_third);
-  const __m256i m_hi_pair = both_lanes(hi_pair), m_hi_third = both_lanes(hi_third);
+  const EightPixelLayout &layout = kEightPixelLayout;
+  const __m256i m_lo_pair = both_lanes(layout.head_pair),
+                m_lo_third = both_lanes(layout.head_third);
+  const __m256i m_hi_pair = both_lanes(layout.tail_pair),
+                m_hi_third = both_lanes(layout.tail_third);
   const uint64_t blocks = width / 16;
   kernels::prefetch_ahead(buffer, 3 * width);
   kernels::NextRowWarmer warmer(buffer, 3 * width);

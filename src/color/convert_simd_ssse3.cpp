@@ -189,20 +189,9 @@ VXKRN_SSSE3 __m128i expand_field(__m128i words, int shift) {
 
 // Eight 5-5-5 words become 24 bytes; walks backward.
 VXKRN_SSSE3 void rgb555_to_rgb24(uint8_t *buffer, uint64_t width, const ConvertContext &c) {
-  // Output byte 3p + 0, 1, 2 takes the component at that position: pixel p of
-  // `pair` (first, green interleaved) or of `third`.
-  int8_t lo_pair[16], lo_third[16], hi_pair[16], hi_third[16];
-  for (int k = 0; k < 24; ++k) {
-    const int p = k / 3, slot = k % 3;
-    const int8_t from_pair = slot == 2 ? -1 : static_cast<int8_t>(2 * p + slot);
-    const int8_t from_third = slot == 2 ? static_cast<int8_t>(p) : -1;
-    (k < 16 ? lo_pair : hi_pair)[k % 16] = from_pair;
-    (k < 16 ? lo_third : hi_third)[k % 16] = from_third;
-  }
-  for (int k = 8; k < 16; ++k)
-    hi_pair[k] = hi_third[k] = -1;
-  const __m128i m_lo_pair = mask_of(lo_pair), m_lo_third = mask_of(lo_third),
-                m_hi_pair = mask_of(hi_pair), m_hi_third = mask_of(hi_third);
+  const EightPixelLayout &layout = kEightPixelLayout;
+  const __m128i m_lo_pair = mask_of(layout.head_pair), m_lo_third = mask_of(layout.head_third),
+                m_hi_pair = mask_of(layout.tail_pair), m_hi_third = mask_of(layout.tail_third);
   // Shifts of the components that land at output positions 0 and 2.
   const int first_shift = c.dst.red == 0 ? c.src.red : c.src.blue;
   const int third_shift = c.dst.red == 0 ? c.src.blue : c.src.red;
