@@ -42,15 +42,6 @@ int shortcut(const PaletteEntry *entries, uint32_t count, int red, int green, in
   return -1;
 }
 
-// Distance of the nearest and the farthest point of [low, high]
-// along one axis.
-int near_axis(int v, int low, int high) {
-  return v < low ? low - v : v > high ? v - high : 0;
-}
-int far_axis(int v, int low, int high) {
-  return v - low > high - v ? v - low : high - v;
-}
-
 }  // namespace
 
 int32_t find_palette_index(const PaletteEntry *entries, uint32_t count, int red, int green,
@@ -88,15 +79,52 @@ bool NearestSearch::prepare() noexcept {
     codes_[i] = static_cast<uint8_t>(order_code(e.Red, e.Green, e.Blue));
     all_[i] = static_cast<uint8_t>(i);
   }
-  const std::size_t cells = sizeof(Cell) * kCells;
+  const std::size_t cells = sizeof(Cell) * (kCells + kCoarseCells);
   const std::size_t keys = sizeof(uint32_t) << kMemoBits;
   const std::size_t values = std::size_t{1} << kMemoBits;
   memory_.reset(platform::rt_alloc(cells + keys + values, true));
   if (!memory_) return false;
   auto *base = static_cast<uint8_t *>(memory_.get());
   cells_ = reinterpret_cast<Cell *>(base);
+  coarse_ = cells_ + kCells;
   memo_keys_ = reinterpret_cast<uint32_t *>(base + cells);
   memo_values_ = base + cells + keys;
+  return true;
+}
+
+bool NearestSearch::build(const int low[3], int span, const uint8_t *from, uint32_t n,
+                          Cell &cell) noexcept {
+  uint32_t nearest[256];
+  uint32_t bound = UINT32_MAX;
+  for (uint32_t k = 0; k < n; ++k) {
+    const PaletteEntry &e = entries_[from[k]];
+    const int v[3] = {e.Red, e.Green, e.Blue};
+    uint32_t near = 0, far = 0;
+    for (int axis = 0; axis < 3; ++axis) {
+      const int lo = low[axis], hi = low[axis] + span;
+      const int a = v[axis] < lo ? lo - v[axis] : v[axis] > hi ? v[axis] - hi : 0;
+      const int b = v[axis] - lo > hi - v[axis] ? v[axis] - lo : hi - v[axis];
+      near += static_cast<uint32_t>(a * a);
+      far += static_cast<uint32_t>(b * b);
+    }
+    nearest[k] = near;
+    if (far < bound) bound = far;
+  }
+  uint32_t kept = 0;
+  for (uint32_t k = 0; k < n; ++k)
+    kept += nearest[k] <= bound;
+  if (pool_used_ + kept > pool_capacity_) {
+    const uint32_t capacity = pool_capacity_ ? 2 * pool_capacity_ + kept : 16384 + kept;
+    auto *grown =
+        static_cast<uint8_t *>(platform::heap_realloc(platform::Heap::Runtime, pool_, capacity));
+    if (!grown) return false;
+    pool_ = grown;
+    pool_capacity_ = capacity;
+  }
+  cell.first = pool_used_;
+  for (uint32_t k = 0; k < n; ++k)
+    if (nearest[k] <= bound) pool_[pool_used_++] = from[k];
+  cell.count = static_cast<uint16_t>(kept);
   return true;
 }
 
@@ -105,38 +133,22 @@ const NearestSearch::Cell *NearestSearch::cell_for(int red, int green, int blue)
       cells_[((red >> kCellShift) * kCellsPerAxis + (green >> kCellShift)) * kCellsPerAxis +
              (blue >> kCellShift)];
   if (cell.count) return &cell;
+  // The fine cell lies inside a coarse one: only the coarse cell's
+  // candidates can be nearest anywhere in it, so the fine list is chosen
+  // from them (its bound may come out looser, never tighter).
+  Cell &coarse =
+      coarse_[((red >> kCoarseShift) * kCoarsePerAxis + (green >> kCoarseShift)) * kCoarsePerAxis +
+              (blue >> kCoarseShift)];
+  if (!coarse.count) {
+    const int mask = ~((1 << kCoarseShift) - 1);
+    const int low[3] = {red & mask, green & mask, blue & mask};
+    if (!build(low, (1 << kCoarseShift) - 1, all_, count_, coarse)) return nullptr;
+  }
+  uint8_t from[256];  // a copy: building may move the pool
+  std::memcpy(from, pool_ + coarse.first, coarse.count);
   const int mask = ~((1 << kCellShift) - 1);
-  const int lo[3] = {red & mask, green & mask, blue & mask};
-  const int hi[3] = {lo[0] + (1 << kCellShift) - 1, lo[1] + (1 << kCellShift) - 1,
-                     lo[2] + (1 << kCellShift) - 1};
-  uint32_t nearest[256];
-  uint32_t bound = UINT32_MAX;
-  for (uint32_t i = 0; i < count_; ++i) {
-    const PaletteEntry &e = entries_[i];
-    const int n[3] = {near_axis(e.Red, lo[0], hi[0]), near_axis(e.Green, lo[1], hi[1]),
-                      near_axis(e.Blue, lo[2], hi[2])};
-    const int f[3] = {far_axis(e.Red, lo[0], hi[0]), far_axis(e.Green, lo[1], hi[1]),
-                      far_axis(e.Blue, lo[2], hi[2])};
-    nearest[i] = static_cast<uint32_t>(n[0] * n[0] + n[1] * n[1] + n[2] * n[2]);
-    const auto farthest = static_cast<uint32_t>(f[0] * f[0] + f[1] * f[1] + f[2] * f[2]);
-    if (farthest < bound) bound = farthest;
-  }
-  uint32_t n = 0;
-  for (uint32_t i = 0; i < count_; ++i)
-    n += nearest[i] <= bound;
-  if (pool_used_ + n > pool_capacity_) {
-    const uint32_t capacity = pool_capacity_ ? 2 * pool_capacity_ + n : 16384 + n;
-    auto *grown =
-        static_cast<uint8_t *>(platform::heap_realloc(platform::Heap::Runtime, pool_, capacity));
-    if (!grown) return nullptr;
-    pool_ = grown;
-    pool_capacity_ = capacity;
-  }
-  cell.first = pool_used_;
-  for (uint32_t i = 0; i < count_; ++i)
-    if (nearest[i] <= bound) pool_[pool_used_++] = static_cast<uint8_t>(i);
-  cell.count = static_cast<uint16_t>(n);
-  return &cell;
+  const int low[3] = {red & mask, green & mask, blue & mask};
+  return build(low, (1 << kCellShift) - 1, from, coarse.count, cell) ? &cell : nullptr;
 }
 
 uint8_t NearestSearch::scan(const uint8_t *candidates, uint32_t n, int red, int green,
@@ -163,15 +175,18 @@ uint8_t NearestSearch::find(int red, int green, int blue) noexcept {
   if (!prepared_ && !prepare()) degraded_ = true;
   if (degraded_) return scan(all_, count_, red, green, blue);
 
+  // Runs of one colour ask once; other repeats are remembered in the memo.
   const uint32_t key = 0x1000000u | static_cast<uint32_t>(red << 16 | green << 8 | blue);
+  if (key == previous_key_) return previous_index_;
   const uint32_t slot = (key * 2654435761u) >> (32 - kMemoBits);
-  if (memo_keys_[slot] == key) return memo_values_[slot];
+  previous_key_ = key;
+  if (memo_keys_[slot] == key) return previous_index_ = memo_values_[slot];
   const Cell *cell = cell_for(red, green, blue);
   const uint8_t index = cell ? scan(pool_ + cell->first, cell->count, red, green, blue)
                              : scan(all_, count_, red, green, blue);
   memo_keys_[slot] = key;
   memo_values_[slot] = index;
-  return index;
+  return previous_index_ = index;
 }
 
 }  // namespace vxkrn::color

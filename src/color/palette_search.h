@@ -39,10 +39,14 @@ class NearestSearch {
   uint8_t find(int red, int green, int blue) noexcept;
 
  private:
-  static constexpr int kCellShift = 5;  // 8 x 8 x 8 cells of 32 levels
+  // Fine cells of 16 levels, chosen from coarse cells of 64.
+  static constexpr int kCellShift = 4;
   static constexpr int kCellsPerAxis = 256 >> kCellShift;
   static constexpr int kCells = kCellsPerAxis * kCellsPerAxis * kCellsPerAxis;
-  static constexpr int kMemoBits = 12;
+  static constexpr int kCoarseShift = 6;
+  static constexpr int kCoarsePerAxis = 256 >> kCoarseShift;
+  static constexpr int kCoarseCells = kCoarsePerAxis * kCoarsePerAxis * kCoarsePerAxis;
+  static constexpr int kMemoBits = 10;
 
   struct Cell {
     uint32_t first;  // into pool_
@@ -51,6 +55,9 @@ class NearestSearch {
 
   bool prepare() noexcept;
   const Cell *cell_for(int red, int green, int blue) noexcept;
+  // Append to the pool the entries of `from` that can be nearest somewhere
+  // in the cube [low, low + span]; false when the pool cannot grow.
+  bool build(const int low[3], int span, const uint8_t *from, uint32_t n, Cell &cell) noexcept;
   uint8_t scan(const uint8_t *candidates, uint32_t n, int red, int green, int blue) const noexcept;
 
   const PaletteEntry *entries_;
@@ -60,8 +67,11 @@ class NearestSearch {
   bool degraded_ = false;          // no working memory: scan everything
   platform::RuntimeBlock memory_;  // cells, memo keys and values
   Cell *cells_ = nullptr;
+  Cell *coarse_ = nullptr;
   uint32_t *memo_keys_ = nullptr;
   uint8_t *memo_values_ = nullptr;
+  uint32_t previous_key_ = 0;  // keys have bit 24 set: 0 matches nothing
+  uint8_t previous_index_ = 0;
   uint8_t *pool_ = nullptr;
   uint32_t pool_used_ = 0;
   uint32_t pool_capacity_ = 0;
