@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what a fresh Debian machine lacks for building, testing and
-# benchmarking vxkrn. Does nothing when everything is present.
+# benchmarking vxkrn (with --bench-peers also the peer libraries the
+# benchmarks compare with). Does nothing when everything is present.
 set -euo pipefail
 
 packages=(
@@ -8,6 +9,10 @@ packages=(
   googletest libgtest-dev libbenchmark-dev
   g++-arm-linux-gnueabihf qemu-user
 )
+# Peer libraries the benchmarks compare with; the library never links them.
+if [ "${1:-}" = "--bench-peers" ]; then
+  packages+=(libopencv-imgproc-dev libpixman-1-dev libfreeimage-dev libleptonica-dev)
+fi
 
 missing=()
 for package in "${packages[@]}"; do
