@@ -22,16 +22,16 @@ struct TypeCase {
 };
 
 TEST_F(BitmapAlloc, MemoryTypesResolveByDepth) {
-  constexpr int32_t kMem = MEM_INFO_MEMORY, kDisk = MEM_INFO_DISK;
+  constexpr int32_t kMem = MEM_INFO_MEMORY, kDisk = MEM_INFO_DISK, kRuns = MEM_INFO_COMPRESSED;
   constexpr ResultCode kBad = RC_INVALID_PARAMETER, kOk = RC_SUCCESS, kNone = RC_NO_MEMORY;
   const TypeCase cases[] = {
-      {1, 8, kOk, kMem},    {8, 8, kOk, kMem},       {9, 24, kOk, kMem},    {256, 1, kOk, kMem},
-      {2, 16, kOk, kMem},   {4, 8, kOk, kDisk},      {128, 8, kOk, kDisk},  {768, 8, kOk, kMem},
-      {768, 1, kNone, 0},   {0x201, 8, kOk, kMem},   {0x201, 1, kNone, 0},  {0x280, 8, kOk, kDisk},
-      {1024, 16, kBad, 0},  {1024, 8, kNone, 0},     {1025, 16, kOk, kMem}, {1025, 24, kNone, 0},
-      {0x404, 24, kBad, 0}, {0x404, 16, kOk, kDisk}, {0x600, 1, kNone, 0},  {0x401, 12, kOk, kMem},
-      {0, 8, kBad, 0},      {3, 8, kBad, 0},         {5, 8, kBad, 0},       {6, 8, kBad, 0},
-      {7, 8, kBad, 0},      {10, 8, kBad, 0},        {129, 8, kBad, 0},     {-1, 8, kBad, 0},
+      {1, 8, kOk, kMem},    {8, 8, kOk, kMem},       {9, 24, kOk, kMem},     {256, 1, kOk, kMem},
+      {2, 16, kOk, kMem},   {4, 8, kOk, kDisk},      {128, 8, kOk, kDisk},   {768, 8, kOk, kMem},
+      {768, 1, kOk, kRuns}, {0x201, 8, kOk, kMem},   {0x201, 1, kOk, kRuns}, {0x280, 8, kOk, kDisk},
+      {1024, 16, kBad, 0},  {1024, 8, kNone, 0},     {1025, 16, kOk, kMem},  {1025, 24, kNone, 0},
+      {0x404, 24, kBad, 0}, {0x404, 16, kOk, kDisk}, {0x600, 1, kOk, kRuns}, {0x401, 12, kOk, kMem},
+      {0, 8, kBad, 0},      {3, 8, kBad, 0},         {5, 8, kBad, 0},        {6, 8, kBad, 0},
+      {7, 8, kBad, 0},      {10, 8, kBad, 0},        {129, 8, kBad, 0},      {-1, 8, kBad, 0},
   };
   for (const TypeCase &c : cases) {
     SCOPED_TRACE(::testing::Message() << "type " << c.type << ", " << c.bits << " bits");

@@ -60,6 +60,13 @@ VXKRN_API ResultCode V_CopyPlaybackParms(BitmapHandle *destination, const Bitmap
  * Returns 1; -13 null; -789 StructSize. */
 VXKRN_API ResultCode V_FreeGrayParams(BitmapHandle *bitmap);
 
+/* Copy the gray parameters of source into destination: LowBit, HighBit,
+ * MinBit, MaxBit, MinVal, MaxVal, FLAG_USE_LOW_HIGH, and an own copy of the
+ * LUT (LUTLength entries; destination's old LUT is freed).
+ * Returns 1; -13 either null; -789 either StructSize; -1 no memory
+ * (destination unchanged). */
+VXKRN_API ResultCode V_CopyGrayParams(BitmapHandle *destination, const BitmapHandle *source);
+
 /* Give an initialised record its storage. memory_type: MEM_... with optional
  * MEM_MOD_... bits. Also creates MapTable (the identity map).
  * A memory block is Size + 31 zero bytes; Data is left at its first 32-byte
@@ -129,6 +136,22 @@ VXKRN_API ResultCode V_SetBitmapDataPointer(BitmapHandle *bitmap, void *data, ui
  * Returns 1; -2 null or not allocated; -789 StructSize; -13 null memory_type. */
 VXKRN_API ResultCode V_GetBitmapMemoryInfo(const BitmapHandle *bitmap, int32_t *memory_type,
                                            int32_t *reserved1, int32_t *reserved2);
+
+/* Mask bits of V_SetBitmapMemoryInfo. */
+#define MEM_INFO_MASK_TYPE 0x01 /* change the storage to memory_type */
+
+/* Move the bitmap's pixels into storage of another kind: memory_type as for
+ * V_AllocateBitmap (MEM_DISK gives a memory block, falling back to a
+ * temporary file). Nothing happens unless `mask` has MEM_INFO_MASK_TYPE and
+ * memory_type differs from the code V_GetBitmapMemoryInfo reports. The
+ * palette and gray parameters stay; the record keeps its geometry. The five
+ * values after memory_type are accepted and ignored (other mask bits).
+ * On failure the bitmap is left as it was.
+ * Returns 1; -789 StructSize; -1 no memory; the codes of
+ * V_GetBitmapMemoryInfo, V_AllocateBitmap and V_CopyBitmapData. */
+VXKRN_API ResultCode V_SetBitmapMemoryInfo(BitmapHandle *bitmap, int32_t memory_type,
+                                           int32_t value1, int32_t value2, int32_t value3,
+                                           int32_t value4, int32_t value5, uint32_t mask);
 
 /* Change the number of stored rows in place; existing rows keep their bytes,
  * new rows of a memory block are not cleared. The data become

@@ -74,6 +74,51 @@ VXKRN_API ColorValue V_GetPixelColor(BitmapHandle *bitmap, int32_t row, int32_t 
 VXKRN_API ResultCode V_PutPixelColor(BitmapHandle *bitmap, int32_t row, int32_t column,
                                      ColorValue color);
 
+/* Run-length records (compress.h): a 4-byte word count N, low byte first,
+ * then N 16-bit run lengths starting with a 0 run; (N + 2) x 2 bytes each,
+ * records back to back. These four functions take 1-bit bitmaps of any
+ * storage: a compressed bitmap stores and hands out its records as they are,
+ * any other bitmap is read or written through plain rows. `work` is a buffer
+ * of BytesPerLine bytes for that, or null to have one taken for the call;
+ * the caller owns it. Rows from first_row on that lie beyond Height are not
+ * moved.
+ */
+
+/* Store row_count records from first_row on. A compressed bitmap whose
+ * records come to more bytes than its plain rows is switched to plain
+ * storage afterwards.
+ * Returns 1 (also for a count of 0 or first_row at Height); -13 null record
+ * or records, or a negative first_row; -789 StructSize; -27 not 1-bit; -1 no
+ * memory for the work buffer or the records; -5 a row written short; the
+ * codes of the row functions. */
+VXKRN_API ResultCode V_PutBitmapRowCompressed(BitmapHandle *bitmap, void *work, const void *records,
+                                              int32_t first_row, uint32_t row_count);
+
+/* Read row_count rows from first_row on as records; `records` needs room for
+ * COMPRESSED_RECORD_MAX_BYTES(Width) (compress.h) per row, and bytes of that
+ * room past the records written may change. A row never written to a
+ * compressed bitmap reads as one 0 run.
+ * Returns as V_PutBitmapRowCompressed, -7 for a row read short. */
+VXKRN_API ResultCode V_GetBitmapRowCompressed(const BitmapHandle *bitmap, void *work, void *records,
+                                              int32_t first_row, uint32_t row_count);
+
+/* Write pixel_count pixels of one record into `row` from first_column on;
+ * the pixels around them keep their values.
+ * Returns 1; -13 null record or record, or a column range outside the row;
+ * -789; -27; -1 no work buffer; the codes of V_PutBitmapRowSegments. */
+VXKRN_API ResultCode V_PutBitmapRowColCompressed(BitmapHandle *bitmap, void *work,
+                                                 const void *record, int32_t row,
+                                                 int32_t first_column, uint32_t pixel_count);
+
+/* Encode pixel_count pixels of `row` from first_column on as one record;
+ * `record` needs room for COMPRESSED_RECORD_MAX_BYTES(pixel_count), and
+ * bytes of it past the record may change.
+ * Returns 1; -13 null record or output, or a column range outside the row;
+ * -789; -27; -1 no work buffer; the codes of V_GetBitmapRowCol. */
+VXKRN_API ResultCode V_GetBitmapRowColCompressed(const BitmapHandle *bitmap, void *work,
+                                                 void *record, int32_t row, int32_t first_column,
+                                                 uint32_t pixel_count);
+
 VXKRN_END_DECLS
 
 #endif /* VXKRN_ROWS_H */

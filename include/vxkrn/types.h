@@ -86,8 +86,10 @@ typedef uint32_t ColorValue;
 #define FLAG_USER_MEMORY 0x0400u      /* pixel memory belongs to the caller */
 #define FLAG_USE_LOW_HIGH 0x0800u     /* gray described by LowBit/HighBit, not MinBit/MaxBit */
 #define FLAG_USER_BLOCK 0x1000u       /* caller supplied a whole block in Storage */
+#define FLAG_MAP_TABLE_SET 0x2000u    /* MapTable holds a mapping of the caller's */
 #define FLAG_NO_DIRECT_ACCESS 0x4000u /* storage that cannot be accessed directly */
 #define FLAG_SUPER_COMPRESSED 0x8000u /* rows kept as codec-compressed strips */
+#define FLAG_CARRIED 0x10000u         /* the caller's mark, carried to duplicates */
 
 /* The storage bits that allocation clears before it allocates. */
 #define FLAG_STORAGE_MASK 0xD517u

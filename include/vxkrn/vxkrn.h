@@ -10,5 +10,8 @@
 #include <vxkrn/rows.h>
 #include <vxkrn/file.h>
 #include <vxkrn/convert.h>
+#include <vxkrn/copy.h>
+#include <vxkrn/heap.h>
+#include <vxkrn/compress.h>
 
 #endif /* VXKRN_VXKRN_H */

@@ -5,6 +5,7 @@
 
 #include "core/bitmap_core.h"
 #include "core/checks.h"
+#include "core/compressed_storage.h"
 #include "core/row_io.h"
 #include "core/thread_state.h"
 #include "platform/heap.h"
@@ -94,8 +95,15 @@ ResultCode create_storage(const BitmapHandle &bitmap, int32_t type, NewStorage &
     case MEM_DISK:
     case MEM_TEMP_FILE:
       return make_disk_storage(bitmap, out);
+    case MEM_COMPRESSED: {
+      void *table = compressed_create(bitmap.Width, bitmap.Height);
+      if (!table) return RC_NO_MEMORY;
+      out = NewStorage{table, static_cast<std::uint8_t *>(table), 0,
+                       FLAG_ALLOCATED | FLAG_CONVENTIONAL | FLAG_COMPRESSED, false};
+      return RC_SUCCESS;
+    }
     default:
-      // Compressed rows and codec strips are not built yet.
+      // Codec-compressed strips are not built.
       return RC_NO_MEMORY;
   }
 }
@@ -116,6 +124,38 @@ ResultCode resize_memory_block(BitmapHandle &bitmap, std::uint64_t count) {
 }
 
 }  // namespace
+
+namespace vxkrn::core {
+
+void release_storage(BitmapHandle &bitmap) noexcept {
+  switch (storage_kind(bitmap)) {
+    case StorageKind::None:
+      break;
+    case StorageKind::User:
+      bitmap.Flags &= ~(FLAG_COMPRESSED | FLAG_CONVENTIONAL | FLAG_DISK | FLAG_USER_MEMORY);
+      break;
+    case StorageKind::Compressed:
+      compressed_free(bitmap.Data, bitmap.Height);
+      bitmap.Data = nullptr;
+      bitmap.Flags &= ~FLAG_COMPRESSED;
+      break;
+    case StorageKind::Memory:
+      V_ReleaseBitmap(&bitmap);
+      vxkrn::platform::sys_free(bitmap.Storage);
+      bitmap.Flags &= ~FLAG_CONVENTIONAL;
+      break;
+    case StorageKind::Disk:
+      free_disk_storage(disk_file(bitmap));
+      bitmap.Flags &= ~FLAG_DISK;
+      break;
+    case StorageKind::SuperCompressed:
+      // No allocation path makes codec strips; a record that claims them was
+      // not made here and its storage is not ours to free.
+      break;
+  }
+}
+
+}  // namespace vxkrn::core
 
 extern "C" {
 
@@ -146,27 +186,7 @@ void V_FreeBitmap(BitmapHandle *bitmap) {
   vxkrn::platform::sys_free(bitmap->Palette);
   bitmap->Palette = nullptr;
   if (!(bitmap->Flags & FLAG_ALLOCATED)) return;
-  switch (storage_kind(*bitmap)) {
-    case StorageKind::None:
-      break;
-    case StorageKind::User:
-      bitmap->Flags &= ~(FLAG_COMPRESSED | FLAG_CONVENTIONAL | FLAG_DISK | FLAG_USER_MEMORY);
-      break;
-    case StorageKind::Memory:
-      V_ReleaseBitmap(bitmap);
-      vxkrn::platform::sys_free(bitmap->Storage);
-      bitmap->Flags &= ~FLAG_CONVENTIONAL;
-      break;
-    case StorageKind::Disk:
-      free_disk_storage(disk_file(*bitmap));
-      bitmap->Flags &= ~FLAG_DISK;
-      break;
-    case StorageKind::Compressed:
-    case StorageKind::SuperCompressed:
-      // No allocation path of this build makes these kinds; a record that
-      // claims one was not made here and its storage is not ours to free.
-      break;
-  }
+  release_storage(*bitmap);
   bitmap->Flags &= ~FLAG_ALLOCATED;
   V_FreeGrayParams(bitmap);
 }
@@ -187,6 +207,11 @@ ResultCode V_ChangeBitmapHeight(BitmapHandle *bitmap, int32_t new_height) {
     case StorageKind::Disk:
       VXKRN_TRY(resize_disk_storage(disk_file(*bitmap), count));
       break;
+    case StorageKind::Compressed:
+      // Rows come and go; Size keeps counting the stored records.
+      VXKRN_TRY(compressed_resize(*bitmap, new_height));
+      bitmap->Height = new_height;
+      return RC_SUCCESS;
     default:
       return RC_INVALID_BITMAP;
   }

@@ -36,6 +36,10 @@ struct GrayBits {
 };
 GrayBits active_gray_bits(const BitmapHandle &bitmap) noexcept;
 
+// Free a bitmap's storage, whatever its kind, and clear its kind's flags;
+// palette, tables and FLAG_ALLOCATED are left to the caller.
+void release_storage(BitmapHandle &bitmap) noexcept;
+
 // A memory block of Size + 31 bytes with Data at its first 32-byte boundary.
 struct MemoryBlock {
   void *storage;

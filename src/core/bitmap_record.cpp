@@ -4,6 +4,7 @@
 
 #include "core/bitmap_core.h"
 #include "core/checks.h"
+#include "core/compressed_storage.h"
 #include "core/thread_state.h"
 #include "platform/heap.h"
 #include "vxkrn/bitmap.h"
@@ -137,9 +138,11 @@ ResultCode V_CopyBitmapHandle(BitmapHandle *destination, const BitmapHandle *sou
 
 ResultCode V_UpdateBitmapSize(BitmapHandle *bitmap) {
   VXKRN_TRY(check_allocated_handle(bitmap, RC_INVALID_PARAMETER, RC_INVALID_BITMAP));
-  // Every storage kind this build makes holds BytesPerLine x Height bytes.
-  const std::uint64_t size =
-      static_cast<std::uint64_t>(bitmap->BytesPerLine) * static_cast<std::uint64_t>(bitmap->Height);
+  // Compressed storage holds its stored records; the others whole rows.
+  const std::uint64_t size = (bitmap->Flags & FLAG_COMPRESSED)
+                                 ? compressed_size(*bitmap)
+                                 : static_cast<std::uint64_t>(bitmap->BytesPerLine) *
+                                       static_cast<std::uint64_t>(bitmap->Height);
   bitmap->Size = capped_size(size);
   return within_size_cap(size) ? RC_SUCCESS : RC_IMAGE_TOO_LARGE;
 }
@@ -167,6 +170,30 @@ ResultCode V_FreeGrayParams(BitmapHandle *bitmap) {
   bitmap->LUT = nullptr;
   bitmap->LUTLength = 0;
   bitmap->MapTable = nullptr;
+  return RC_SUCCESS;
+}
+
+ResultCode V_CopyGrayParams(BitmapHandle *destination, const BitmapHandle *source) {
+  VXKRN_TRY(check_handle(destination, RC_INVALID_PARAMETER));
+  VXKRN_TRY(check_handle(source, RC_INVALID_PARAMETER));
+  PaletteEntry *lut = nullptr;
+  if (source->LUT && source->LUTLength) {
+    const std::size_t bytes = std::size_t{source->LUTLength} * sizeof(PaletteEntry);
+    lut = static_cast<PaletteEntry *>(vxkrn::platform::sys_alloc(bytes));
+    if (!lut) return RC_NO_MEMORY;
+    std::memcpy(lut, source->LUT, bytes);
+  }
+  if (destination->LUT != source->LUT) vxkrn::platform::sys_free(destination->LUT);
+  destination->LUT = lut;
+  destination->LUTLength = lut ? source->LUTLength : 0;
+  destination->LowBit = source->LowBit;
+  destination->HighBit = source->HighBit;
+  destination->MinBit = source->MinBit;
+  destination->MaxBit = source->MaxBit;
+  destination->MinVal = source->MinVal;
+  destination->MaxVal = source->MaxVal;
+  destination->Flags =
+      (destination->Flags & ~FLAG_USE_LOW_HIGH) | (source->Flags & FLAG_USE_LOW_HIGH);
   return RC_SUCCESS;
 }
 

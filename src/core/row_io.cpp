@@ -5,7 +5,11 @@
 #include <cstring>
 
 #include "core/bitmap_core.h"
+#include "core/checks.h"
+#include "core/compressed_storage.h"
 #include "core/pixel_layout.h"
+#include "io/run_length.h"
+#include "platform/heap.h"
 #include "io/temp_registry.h"
 #include "platform/files.h"
 #include "vxkrn/file.h"
@@ -19,11 +23,59 @@ std::uint64_t pixel_offset(const BitmapHandle &bitmap, std::int32_t row,
          column_offset(bitmap.BitsPerPixel, static_cast<std::uint64_t>(column));
 }
 
+namespace {
+
+// Rows of compressed storage are decoded, patched and encoded whole; `count`
+// bytes from byte `offset` of the rows as plain data.
+std::int32_t compressed_transfer(const BitmapHandle &bitmap, std::uint64_t offset, uint8_t *buffer,
+                                 std::uint32_t count, Direction direction) {
+  const auto stride = static_cast<std::uint64_t>(bitmap.BytesPerLine);
+  const auto width = static_cast<std::uint64_t>(bitmap.Width);
+  platform::RuntimeBlock scratch(platform::rt_alloc(stride + io::max_record_bytes(width), true));
+  if (!scratch) return RC_NO_MEMORY;
+  auto *row = static_cast<uint8_t *>(scratch.get());
+  uint8_t *record = row + stride;
+  // Writing changes the storage behind the record (and its Size): only the
+  // put entry points, which hold the record writable, come here to write.
+  auto &target = const_cast<BitmapHandle &>(bitmap);
+  for (std::uint64_t done = 0; done < count;) {
+    const auto y = static_cast<int32_t>((offset + done) / stride);
+    const std::uint64_t at = (offset + done) % stride;
+    const std::uint64_t piece = count - done < stride - at ? count - done : stride - at;
+    const bool whole_row = at == 0 && piece == stride;
+    if (direction == Direction::Read || !whole_row) {
+      compressed_read(bitmap, y, 0, width, row);
+      // The padding after the pixels reads as 0, whatever an earlier write left.
+      std::memset(row + (width + 7) / 8, 0, stride - (width + 7) / 8);
+    }
+    if (direction == Direction::Read) {
+      std::memcpy(buffer + done, row + at, piece);
+    } else {
+      std::memcpy(row + at, buffer + done, piece);
+      io::encode_row(row, 0, width, record);
+      VXKRN_TRY(compressed_put_record(target, y, record));
+    }
+    done += piece;
+  }
+  return static_cast<std::int32_t>(count);
+}
+
+}  // namespace
+
+std::uint64_t data_bytes(const BitmapHandle &bitmap) noexcept {
+  // Compressed storage counts its stored records in Size; as rows it holds
+  // BytesPerLine x Height bytes.
+  if (bitmap.Flags & FLAG_COMPRESSED)
+    return static_cast<std::uint64_t>(bitmap.BytesPerLine) *
+           static_cast<std::uint64_t>(bitmap.Height);
+  return bitmap.Size;
+}
+
 std::int32_t transfer_bytes(const BitmapHandle &bitmap, std::uint64_t offset, void *buffer,
                             std::uint32_t count, Direction direction) noexcept {
   // A count may run on over several rows, but never past the pixel data.
-  if (count > INT32_MAX || offset > bitmap.Size || count > bitmap.Size - offset)
-    return RC_INVALID_PARAMETER;
+  const std::uint64_t size = data_bytes(bitmap);
+  if (count > INT32_MAX || offset > size || count > size - offset) return RC_INVALID_PARAMETER;
   switch (storage_kind(bitmap)) {
     case StorageKind::User:
     case StorageKind::Memory: {
@@ -45,6 +97,8 @@ std::int32_t transfer_bytes(const BitmapHandle &bitmap, std::uint64_t offset, vo
       if (moved < 0) return direction == Direction::Read ? RC_FILE_READ : RC_FILE_WRITE;
       return static_cast<std::int32_t>(moved);
     }
+    case StorageKind::Compressed:
+      return compressed_transfer(bitmap, offset, static_cast<uint8_t *>(buffer), count, direction);
     default:
       return RC_NO_MEMORY;
   }

@@ -18,6 +18,10 @@ enum class Direction { Read, Write };
 std::int32_t transfer_bytes(const BitmapHandle &bitmap, std::uint64_t offset, void *buffer,
                             std::uint32_t count, Direction direction) noexcept;
 
+// Bytes of pixel data as rows: Size, or BytesPerLine x Height for
+// compressed storage (whose Size counts its stored records).
+std::uint64_t data_bytes(const BitmapHandle &bitmap) noexcept;
+
 // Byte offset of (row, column) in the pixel data, or UINT64_MAX when either
 // is negative.
 std::uint64_t pixel_offset(const BitmapHandle &bitmap, std::int32_t row,

@@ -61,6 +61,10 @@ std::string narrow(const std::wstring &wide);
 // How many allocations from the heaps in mask `action` attempts.
 unsigned count_allocations(unsigned heap_mask, const std::function<void()> &action);
 
+// Disarm the hook inside a swept action, so that the checks after the call
+// under test may allocate; only the allocations before it are swept.
+void stop_failing();
+
 // Run `action` once per allocation it makes, failing exactly that one
 // (1-based index passed to it); `action` checks the outcome itself.
 void sweep_allocation_failures(unsigned heap_mask, const std::function<void(unsigned)> &action);
@@ -71,6 +75,14 @@ void on_new_thread(F f) {
   std::thread thread(f);
   thread.join();
 }
+
+// Pixel rows for an allocated bitmap, BytesPerLine bytes each with the
+// padding bits after the last pixel clear. 1-bit rows are runs of random
+// lengths (as scanned pages have), other depths random bytes.
+std::vector<std::uint8_t> random_rows(const BitmapHandle &bitmap, std::uint32_t seed);
+// Every row through V_PutBitmapRow / V_GetBitmapRow, the bitmap locked for it.
+void write_rows(BitmapHandle &bitmap, const std::vector<std::uint8_t> &rows);
+std::vector<std::uint8_t> read_rows(BitmapHandle &bitmap);
 
 // Bytes equal to a record's: used to prove a failing call left it alone.
 bool same_bytes(const BitmapHandle &a, const BitmapHandle &b);

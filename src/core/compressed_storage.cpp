@@ -1,0 +1,237 @@
+// Compressed 1-bit storage: a table of row groups, each holding every row's
+// place in the group's arena and its word count; records are encoded and
+// decoded by the run-length codec.
+#include "core/compressed_storage.h"
+
+#include <cstring>
+
+#include "core/bitmap_core.h"
+#include "core/bitmap_heap.h"
+#include "io/run_length.h"
+#include "platform/heap.h"
+#include "vxkrn/heap.h"
+
+namespace vxkrn::core {
+namespace {
+
+struct RowRef {
+  uint32_t chunk;  // offset of the row's run words in the arena; 0: never written
+  uint32_t words;  // N
+};
+
+// Sized for the rows it holds: a small bitmap pays for its rows only.
+struct RowGroup {
+  void *arena;
+  uint32_t capacity;  // entries in rows
+  RowRef rows[1];
+};
+
+std::size_t group_bytes(uint32_t rows) {
+  return sizeof(RowGroup) + sizeof(RowRef) * (rows ? rows - 1 : 0);
+}
+
+// What Data points to: the bytes stored, then one pointer per group.
+struct Table {
+  uint64_t stored_bytes;
+  RowGroup *groups[1];
+};
+
+uint32_t groups_for(int64_t height) {
+  return static_cast<uint32_t>((height + kRowsPerGroup - 1) / kRowsPerGroup);
+}
+
+std::size_t table_bytes(uint32_t groups) {
+  return sizeof(Table) + sizeof(RowGroup *) * (groups ? groups - 1 : 0);
+}
+
+Table *table_of(const BitmapHandle &b) {
+  return static_cast<Table *>(static_cast<void *>(b.Data));
+}
+
+RowRef &row_ref(const BitmapHandle &b, int32_t row) {
+  return table_of(b)
+      ->groups[static_cast<uint32_t>(row) / kRowsPerGroup]
+      ->rows[static_cast<uint32_t>(row) % kRowsPerGroup];
+}
+
+void *arena_of(const BitmapHandle &b, int32_t row) {
+  return table_of(b)->groups[static_cast<uint32_t>(row) / kRowsPerGroup]->arena;
+}
+
+// A group for `rows` rows of `width` pixels; null when memory ran out.
+RowGroup *make_group(int32_t width, uint32_t rows) {
+  auto *group = static_cast<RowGroup *>(platform::sys_alloc(group_bytes(rows)));
+  if (!group) return nullptr;
+  group->capacity = rows;
+  group->arena = arena_create(static_cast<uint32_t>(uint64_t{rows} * uint64_t(width) / 64));
+  if (!group->arena) {
+    platform::sys_free(group);
+    return nullptr;
+  }
+  return group;
+}
+
+void free_group(RowGroup *group) {
+  if (!group) return;
+  V_HeapTerm(group->arena);
+  platform::sys_free(group);
+}
+
+uint32_t rows_in_group(int32_t height, uint32_t group) {
+  const uint64_t begin = uint64_t{group} * kRowsPerGroup;
+  const uint64_t end = begin + kRowsPerGroup < uint64_t(height) ? begin + kRowsPerGroup : height;
+  return static_cast<uint32_t>(end - begin);
+}
+
+uint64_t record_size(uint32_t words) {
+  return (uint64_t{words} + 2) * 2;
+}
+
+void forget_row(Table *table, RowGroup *group, RowRef &ref) {
+  if (!ref.chunk) return;
+  arena_free(group->arena, ref.chunk);
+  table->stored_bytes -= record_size(ref.words);
+  ref = RowRef{0, 0};
+}
+
+// A run of `pixels` 0 pixels as a record, split as the encoder splits.
+void blank_record(uint64_t pixels, uint8_t *out) {
+  uint32_t n = 0;
+  for (uint64_t left = pixels;;) {
+    const uint64_t word = left < io::kMaxRunWord ? left : io::kMaxRunWord;
+    out[4 + 2 * n] = static_cast<uint8_t>(word);
+    out[5 + 2 * n] = static_cast<uint8_t>(word >> 8);
+    ++n;
+    left -= word;
+    if (left == 0) break;
+    out[4 + 2 * n] = out[5 + 2 * n] = 0;  // a 1 run of no pixels between
+    ++n;
+  }
+  for (int k = 0; k < 4; ++k)
+    out[k] = static_cast<uint8_t>(n >> (8 * k));
+}
+
+}  // namespace
+
+void *compressed_create(int32_t width, int32_t height) noexcept {
+  const uint32_t groups = groups_for(height);
+  auto *table = static_cast<Table *>(platform::sys_alloc(table_bytes(groups)));
+  if (!table) return nullptr;
+  for (uint32_t g = 0; g < groups; ++g) {
+    table->groups[g] = make_group(width, rows_in_group(height, g));
+    if (!table->groups[g]) {
+      compressed_free(table, static_cast<int32_t>(uint64_t{g} * kRowsPerGroup));
+      return nullptr;
+    }
+  }
+  return table;
+}
+
+void compressed_free(void *table, int32_t height) noexcept {
+  auto *t = static_cast<Table *>(table);
+  if (!t) return;
+  for (uint32_t g = 0; g < groups_for(height); ++g)
+    free_group(t->groups[g]);
+  platform::sys_free(t);
+}
+
+ResultCode compressed_resize(BitmapHandle &bitmap, int32_t new_height) noexcept {
+  Table *table = table_of(bitmap);
+  const uint32_t had = groups_for(bitmap.Height), needs = groups_for(new_height);
+  if (new_height > bitmap.Height && had > 0) {
+    // The last group takes rows up to its end or the new height; entries
+    // beyond those it had read as never written.
+    RowGroup *&last = table->groups[had - 1];
+    const uint32_t rows = rows_in_group(new_height, had - 1);
+    if (rows > last->capacity) {
+      auto *bigger = static_cast<RowGroup *>(
+          platform::heap_realloc(platform::Heap::System, last, group_bytes(rows)));
+      if (!bigger) return RC_NO_MEMORY;
+      std::memset(static_cast<void *>(bigger->rows + bigger->capacity), 0,
+                  sizeof(RowRef) * (rows - bigger->capacity));
+      bigger->capacity = rows;
+      last = bigger;
+    }
+  }
+  if (needs > had) {
+    // Growing past the groups made at allocation adds groups.
+    auto *grown = static_cast<Table *>(
+        platform::heap_realloc(platform::Heap::System, table, table_bytes(needs)));
+    if (!grown) return RC_NO_MEMORY;
+    table = grown;
+    bitmap.Storage = table;
+    bitmap.Data = reinterpret_cast<uint8_t *>(table);
+    for (uint32_t g = had; g < needs; ++g) {
+      table->groups[g] = make_group(bitmap.Width, rows_in_group(new_height, g));
+      if (!table->groups[g]) {
+        for (uint32_t k = had; k < g; ++k)
+          free_group(table->groups[k]);
+        return RC_NO_MEMORY;
+      }
+    }
+  }
+  // Rows at and above the new height are freed; rows between the heights
+  // (when growing) were never written or were freed by an earlier shrink.
+  for (int64_t row = new_height; row < bitmap.Height; ++row) {
+    RowGroup *group = table->groups[static_cast<uint32_t>(row) / kRowsPerGroup];
+    forget_row(table, group, group->rows[static_cast<uint32_t>(row) % kRowsPerGroup]);
+  }
+  for (uint32_t g = needs; g < had; ++g) {
+    free_group(table->groups[g]);
+    table->groups[g] = nullptr;
+  }
+  return RC_SUCCESS;
+}
+
+uint64_t compressed_size(const BitmapHandle &bitmap) noexcept {
+  return table_of(bitmap)->stored_bytes;
+}
+
+void compressed_read(const BitmapHandle &bitmap, int32_t row, uint64_t column, uint64_t count,
+                     uint8_t *dest) noexcept {
+  const RowRef &ref = row_ref(bitmap, row);
+  const uint8_t *words = ref.chunk ? arena_data(arena_of(bitmap, row), ref.chunk) : nullptr;
+  io::decode_runs(words, ref.words, column, count, dest);
+}
+
+void compressed_get_record(const BitmapHandle &bitmap, int32_t row, uint8_t *out) noexcept {
+  const RowRef &ref = row_ref(bitmap, row);
+  if (!ref.chunk) return blank_record(static_cast<uint64_t>(bitmap.Width), out);
+  for (int k = 0; k < 4; ++k)
+    out[k] = static_cast<uint8_t>(ref.words >> (8 * k));
+  std::memcpy(out + 4, arena_data(arena_of(bitmap, row), ref.chunk), 2 * uint64_t{ref.words});
+}
+
+ResultCode compressed_put_record(BitmapHandle &bitmap, int32_t row,
+                                 const uint8_t *record) noexcept {
+  Table *table = table_of(bitmap);
+  RowGroup *group = table->groups[static_cast<uint32_t>(row) / kRowsPerGroup];
+  RowRef &ref = group->rows[static_cast<uint32_t>(row) % kRowsPerGroup];
+  const uint32_t words = io::record_words(record);
+  // The new chunk first: a failure keeps the old row.
+  const uint32_t chunk = arena_alloc(&group->arena, words ? 2 * words : 2);
+  if (!chunk) return RC_NO_MEMORY;
+  if (words) std::memcpy(arena_data(group->arena, chunk), record + 4, 2 * uint64_t{words});
+  forget_row(table, group, ref);
+  ref = RowRef{chunk, words};
+  table->stored_bytes += record_size(words);
+  bitmap.Size = capped_size(table->stored_bytes);
+  return RC_SUCCESS;
+}
+
+bool compressed_grow(BitmapHandle &bitmap, uint32_t bytes) noexcept {
+  Table *table = table_of(bitmap);
+  const uint32_t groups = groups_for(bitmap.Height);
+  for (uint32_t g = groups; g-- > 0;)
+    if (!arena_grow(&table->groups[g]->arena, bytes / groups)) return false;
+  return true;
+}
+
+bool compressed_trim(BitmapHandle &bitmap) noexcept {
+  Table *table = table_of(bitmap);
+  for (uint32_t g = groups_for(bitmap.Height); g-- > 0;)
+    if (!arena_trim(&table->groups[g]->arena)) return false;
+  return true;
+}
+
+}  // namespace vxkrn::core

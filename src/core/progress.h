@@ -1,0 +1,72 @@
+// The one progress rule of every row loop: 0 before the first row, the 100
+// percent spread over the rows with a carried remainder, a call only when
+// the percent grew, exactly 100 after the last row, and any callback result
+// other than RC_SUCCESS stopping the loop with that result.
+#pragma once
+
+#include <cstdint>
+
+#include "core/thread_state.h"
+
+namespace vxkrn::core {
+
+class Progress {
+ public:
+  Progress(CallbackSlot callback, uint32_t rows)
+      : callback_(callback),
+        rows_(rows),
+        step_(rows ? 100 / rows : 0),
+        remainder_(rows ? 100 % rows : 0) {}
+
+  // The call with 0 before the first row.
+  ResultCode start() { return report(); }
+
+  // After each row.
+  ResultCode row_done() {
+    const uint32_t before = percent_;
+    percent_ += step_;
+    carried_ += remainder_;
+    if (carried_ >= rows_ && rows_) {
+      ++percent_;
+      carried_ -= rows_;
+    }
+    return percent_ > before ? report() : RC_SUCCESS;
+  }
+
+ private:
+  ResultCode report() const {
+    if (!callback_.function) return RC_SUCCESS;
+    return callback_.function(static_cast<int32_t>(percent_), callback_.user_data);
+  }
+
+  CallbackSlot callback_;
+  uint32_t rows_, step_, remainder_;
+  uint32_t percent_ = 0, carried_ = 0;
+};
+
+// Silences both status callbacks of the thread for one scope: an operation
+// that runs another one internally reports nothing for it.
+class QuietCallbacks {
+ public:
+  QuietCallbacks() : state_(thread_state()), status_(state_.status), copy_(state_.copy_status) {
+    state_.status = CallbackSlot{};
+    state_.copy_status = CallbackSlot{};
+  }
+  ~QuietCallbacks() {
+    state_.status = status_;
+    state_.copy_status = copy_;
+  }
+  QuietCallbacks(const QuietCallbacks &) = delete;
+  QuietCallbacks &operator=(const QuietCallbacks &) = delete;
+
+ private:
+  ThreadState &state_;
+  CallbackSlot status_, copy_;
+};
+
+// The copy family reports through the copy status callback.
+inline Progress copy_progress(uint32_t rows) {
+  return Progress(thread_state().copy_status, rows);
+}
+
+}  // namespace vxkrn::core

@@ -1,0 +1,361 @@
+// Run-length coding of 1-bit rows: the per-byte run table, the encoder, the
+// decoder, and the exported compress, expand, mirror and flip of buffers.
+#include "io/run_length.h"
+
+#include <bit>
+#include <cstddef>
+#include <cstring>
+
+#include "vxkrn/compress.h"
+
+namespace vxkrn::io {
+namespace {
+
+// Little-endian 16 and 32-bit values a byte at a time: records are only
+// 2-byte aligned and the format is the same on every host.
+inline std::uint32_t load16(const std::uint8_t *p) {
+  return p[0] | std::uint32_t{p[1]} << 8;
+}
+inline void store16(std::uint8_t *p, std::uint32_t v) {
+  p[0] = static_cast<std::uint8_t>(v);
+  p[1] = static_cast<std::uint8_t>(v >> 8);
+}
+inline void store32(std::uint8_t *p, std::uint32_t v) {
+  store16(p, v & 0xFFFF);
+  store16(p + 2, v >> 16);
+}
+
+// The runs of one byte value, most significant bit first, already in their
+// output form so that appending them is one fixed-size copy.
+struct ByteRuns {
+  std::uint8_t words[18];  // run lengths as little-endian words, zero past the last
+  std::uint8_t count;      // runs in the byte, 1..8
+  std::uint8_t first;      // length of the first run
+  std::uint8_t last;       // length of the last run
+  std::uint8_t unused[11];
+};
+static_assert(sizeof(ByteRuns) == 32);
+
+struct RunTable {
+  ByteRuns byte[256];
+};
+
+constexpr RunTable make_run_table() {
+  RunTable table{};
+  for (unsigned value = 0; value < 256; ++value) {
+    ByteRuns &e = table.byte[value];
+    unsigned runs = 0, length = 0;
+    for (int bit = 7; bit >= 0; --bit) {
+      ++length;
+      if (bit == 0 || ((value >> bit) & 1) != ((value >> (bit - 1)) & 1)) {
+        e.words[2 * runs] = static_cast<std::uint8_t>(length);
+        ++runs;
+        length = 0;
+      }
+    }
+    e.count = static_cast<std::uint8_t>(runs);
+    e.first = e.words[0];
+    e.last = e.words[2 * (runs - 1)];
+  }
+  return table;
+}
+
+alignas(64) constexpr RunTable kRuns = make_run_table();
+
+// The encoder's state: the open run word (its place in the record and its
+// value, which starts at minus the bit offset of the first pixel so that the
+// cleared bits before it are not counted) and the colour of the last pixel.
+//
+// Whole bytes append their runs with a 16-byte copy, which may write past the
+// words it means. That stays inside max_record_bytes(count): the words so
+// far are 1 + (colour changes) + 2 x (splits), a split needs an open word of
+// at least 65528 pixels of which only the first can be a change, so before a
+// whole byte that starts at real pixel p there are at most p + 1 words and
+// its copy ends by word p + 9 <= count + 1. Only a first byte that holds
+// fewer than 8 real pixels breaks this; it goes through add_bits.
+class RowEncoder {
+ public:
+  RowEncoder(std::uint8_t *record, std::uint32_t first_bit)
+      : words_(record + 4), open_(record + 4), value_(-static_cast<std::int32_t>(first_bit)) {}
+
+  // The byte value whose runs only add to the open word.
+  std::uint32_t fill() const { return colour_ ? 0xFF : 0x00; }
+
+  // `bytes` whole bytes of fill(): 8 pixels each to the open word, opening
+  // a new word behind a zero-length separator before an addition that
+  // would exceed the word, as byte-by-byte addition would.
+  void add_fill_bytes(std::uint64_t bytes) {
+    for (;;) {
+      const std::int32_t room = static_cast<std::int32_t>(kMaxRunWord) - value_;
+      const std::uint64_t fit = static_cast<std::uint64_t>(room) >> 3;
+      if (bytes <= fit) {
+        value_ += static_cast<std::int32_t>(8 * bytes);
+        return;
+      }
+      value_ += static_cast<std::int32_t>(8 * fit);
+      bytes -= fit;
+      split();
+    }
+  }
+
+  // One whole byte through the table. Its first run joins the open word when
+  // the colours agree; the other runs are appended, the last one stays open.
+  void add_byte(std::uint32_t byte) {
+    const ByteRuns &runs = kRuns.byte[byte];
+    const std::uint32_t same = ((byte >> 7) ^ colour_) ^ 1;
+    const std::int32_t joined = static_cast<std::int32_t>(runs.first & (0u - same));
+    if (value_ + joined > static_cast<std::int32_t>(kMaxRunWord)) [[unlikely]]
+      split();
+    value_ += joined;
+    store16(open_, static_cast<std::uint32_t>(value_));
+    std::memcpy(open_ + 2, runs.words + 2 * same, 16);
+    const std::uint32_t appended = runs.count - same;
+    open_ += 2 * appended;
+    if (appended) value_ = runs.last;
+    colour_ = byte & 1;
+  }
+
+  // The top `bits` bits (1..8) of `byte`, run by run, with the same rule;
+  // writes only the words it means.
+  void add_bits(std::uint32_t byte, unsigned bits) {
+    for (unsigned at = 0; at < bits;) {
+      const std::uint32_t colour = (byte >> (7 - at)) & 1;
+      unsigned length = 0;
+      while (at < bits && ((byte >> (7 - at)) & 1) == colour) {
+        ++length;
+        ++at;
+      }
+      if (colour == colour_ && length == at) {  // the first run, joining the open word
+        if (value_ + static_cast<std::int32_t>(length) > static_cast<std::int32_t>(kMaxRunWord))
+          split();
+        value_ += static_cast<std::int32_t>(length);
+      } else {
+        store16(open_, static_cast<std::uint32_t>(value_));
+        open_ += 2;
+        value_ = static_cast<std::int32_t>(length);
+        colour_ = colour;
+      }
+    }
+  }
+
+  // Closes the open word and writes N. Returns N.
+  std::uint32_t finish(std::uint8_t *record) {
+    store16(open_, static_cast<std::uint32_t>(value_));
+    const std::uint32_t n = static_cast<std::uint32_t>((open_ - words_) / 2 + 1);
+    store32(record, n);
+    return n;
+  }
+
+ private:
+  void split() {
+    store16(open_, static_cast<std::uint32_t>(value_));
+    store16(open_ + 2, 0);
+    open_ += 4;
+    value_ = 0;
+  }
+
+  std::uint8_t *words_;
+  std::uint8_t *open_;
+  std::int32_t value_;
+  std::uint32_t colour_ = 0;
+};
+
+// Bytes from `at` on (up to `end`) equal to `fill`, eight at a time.
+inline std::size_t fill_length(const std::uint8_t *source, std::size_t at, std::size_t end,
+                               std::uint32_t fill) {
+  const std::uint64_t pattern = fill ? ~std::uint64_t{0} : 0;
+  std::size_t i = at;
+  while (end - i >= 8) {
+    std::uint64_t chunk;
+    std::memcpy(&chunk, source + i, 8);
+    const std::uint64_t differ = chunk ^ pattern;
+    if (differ) {
+      // The first differing byte in memory order.
+      const int bit = std::endian::native == std::endian::little ? std::countr_zero(differ)
+                                                                 : std::countl_zero(differ);
+      return i + static_cast<std::size_t>(bit >> 3) - at;
+    }
+    i += 8;
+  }
+  while (i < end && source[i] == fill)
+    ++i;
+  return i - at;
+}
+
+// Sets `length` bits from bit `at` on; the destination's bits from `at` on
+// are still clear.
+inline void set_ones(std::uint8_t *dest, std::uint64_t at, std::uint64_t length) {
+  const std::uint64_t last = at + length - 1;
+  std::uint8_t *first_byte = dest + (at >> 3);
+  std::uint8_t *last_byte = dest + (last >> 3);
+  const std::uint8_t head = static_cast<std::uint8_t>(0xFFu >> (at & 7));
+  const std::uint8_t tail = static_cast<std::uint8_t>(0xFFu << (7 - (last & 7)));
+  if (first_byte == last_byte) {
+    *first_byte |= head & tail;
+    return;
+  }
+  *first_byte |= head;
+  if (last_byte - first_byte > 1)
+    std::memset(first_byte + 1, 0xFF, static_cast<std::size_t>(last_byte - first_byte - 1));
+  *last_byte = tail;
+}
+
+// Plain rows in buffers: multiples of 4 bytes.
+inline std::uint64_t plain_stride(std::uint32_t width) {
+  return ((std::uint64_t{width} + 31) >> 3) & ~std::uint64_t{3};
+}
+
+}  // namespace
+
+std::uint32_t encode_row(const std::uint8_t *source, std::uint32_t first_bit, std::uint64_t count,
+                         std::uint8_t *record) noexcept {
+  first_bit &= 7;
+  const std::uint64_t bits = first_bit + count;
+  const std::size_t whole = static_cast<std::size_t>(bits >> 3);
+  const unsigned tail = static_cast<unsigned>(bits & 7);
+  const std::uint32_t first_mask = 0xFFu >> first_bit;
+  RowEncoder encoder(record, first_bit);
+  std::size_t i = 0;
+  if (first_bit && whole) {
+    encoder.add_bits(source[0] & first_mask, 8);
+    i = 1;
+  }
+  while (i < whole) {
+    const std::uint32_t byte = source[i];
+    if (byte != encoder.fill()) {
+      encoder.add_byte(byte);
+      ++i;
+      continue;
+    }
+    const std::size_t run = 1 + fill_length(source, i + 1, whole, byte);
+    encoder.add_fill_bytes(run);
+    i += run;
+  }
+  if (tail) encoder.add_bits(whole ? source[whole] : source[0] & first_mask, tail);
+  return encoder.finish(record);
+}
+
+void decode_runs(const std::uint8_t *words, std::uint32_t n, std::uint64_t column,
+                 std::uint64_t count, std::uint8_t *dest) noexcept {
+  std::memset(dest, 0, static_cast<std::size_t>((count + 7) >> 3));
+  if (!words || count == 0) return;
+  // The run that holds the first column; a column equal to a run's length
+  // starts the next run.
+  std::uint32_t i = 0;
+  std::uint64_t run = 0;
+  for (; i < n; ++i) {
+    run = load16(words + 2 * std::size_t{i});
+    if (column < run) break;
+    column -= run;
+  }
+  if (i == n) return;
+  run -= column;
+  std::uint64_t at = 0;
+  for (;;) {
+    const std::uint64_t length = run < count - at ? run : count - at;
+    if ((i & 1) && length) set_ones(dest, at, length);
+    at += length;
+    if (at == count || ++i == n) return;
+    run = load16(words + 2 * std::size_t{i});
+  }
+}
+
+std::uint32_t record_words(const std::uint8_t *record) noexcept {
+  return load16(record) | load16(record + 2) << 16;
+}
+
+std::uint64_t record_bytes(const std::uint8_t *record) noexcept {
+  return (std::uint64_t{record_words(record)} + 2) * 2;
+}
+
+}  // namespace vxkrn::io
+
+using namespace vxkrn::io;
+
+extern "C" {
+
+int32_t V_CompressRow(void *destination, const void *source, uint32_t column, uint32_t count) {
+  if (!destination || !source || count > INT32_MAX) return RC_INVALID_PARAMETER;
+  encode_row(static_cast<const uint8_t *>(source), column & 7, count,
+             static_cast<uint8_t *>(destination));
+  return static_cast<int32_t>(count);
+}
+
+ResultCode V_CompressRows(void *destination, const void *source, uint32_t width, uint32_t rows) {
+  if (!destination || !source) return RC_INVALID_PARAMETER;
+  auto *out = static_cast<uint8_t *>(destination);
+  const auto *in = static_cast<const uint8_t *>(source);
+  const std::size_t stride = static_cast<std::size_t>(plain_stride(width));
+  for (uint32_t row = 0; row < rows; ++row) {
+    const uint32_t n = encode_row(in, 0, width, out);
+    out += (std::size_t{n} + 2) * 2;
+    in += stride;
+  }
+  return RC_SUCCESS;
+}
+
+ResultCode V_ExpandRow(const void *record, void *destination, uint32_t column, uint32_t count) {
+  if (!record || !destination) return RC_INVALID_PARAMETER;
+  const auto *in = static_cast<const uint8_t *>(record);
+  decode_runs(in + 4, record_words(in), column, count, static_cast<uint8_t *>(destination));
+  return RC_SUCCESS;
+}
+
+ResultCode V_ExpandRows(const void *records, void *destination, uint32_t width, uint32_t rows) {
+  if (!records || !destination) return RC_INVALID_PARAMETER;
+  const auto *in = static_cast<const uint8_t *>(records);
+  auto *out = static_cast<uint8_t *>(destination);
+  const std::size_t stride = static_cast<std::size_t>(plain_stride(width));
+  for (uint32_t row = 0; row < rows; ++row) {
+    const uint32_t n = record_words(in);
+    decode_runs(in + 4, n, 0, width, out);
+    in += (std::size_t{n} + 2) * 2;
+    out += stride;
+  }
+  return RC_SUCCESS;
+}
+
+// Reversing the words reverses the row. A leading zero-length 0 run would
+// end up last, where it means nothing, so it is dropped; a row that ended in
+// a 1 run begins with one after the reversal, so it gains a zero-length 0 run.
+ResultCode V_MirrorCompressedBuffer(const void *source, void *destination, uint32_t rows) {
+  if (!source || !destination) return RC_INVALID_PARAMETER;
+  const auto *in = static_cast<const uint8_t *>(source);
+  auto *out = static_cast<uint8_t *>(destination);
+  for (uint32_t row = 0; row < rows; ++row) {
+    const uint32_t n = record_words(in);
+    const uint8_t *words = in + 4;
+    const uint32_t dropped = n != 0 && load16(words) == 0 ? 1 : 0;
+    const uint32_t leading = (n & 1) ? 0 : 1;
+    store32(out, n - dropped + leading);
+    out += 4;
+    if (leading) {
+      store16(out, 0);
+      out += 2;
+    }
+    for (uint32_t i = n; i > dropped; --i) {
+      std::memcpy(out, words + 2 * std::size_t{i - 1}, 2);
+      out += 2;
+    }
+    in += (std::size_t{n} + 2) * 2;
+  }
+  return RC_SUCCESS;
+}
+
+ResultCode V_FlipCompressedBuffer(const void *source, void *destination, uint32_t rows) {
+  if (!source || !destination) return RC_INVALID_PARAMETER;
+  const auto *in = static_cast<const uint8_t *>(source);
+  auto *out = static_cast<uint8_t *>(destination);
+  std::size_t total = 0;
+  for (uint32_t row = 0; row < rows; ++row)
+    total += static_cast<std::size_t>(record_bytes(in + total));
+  std::size_t offset = 0;
+  for (uint32_t row = 0; row < rows; ++row) {
+    const std::size_t size = static_cast<std::size_t>(record_bytes(in + offset));
+    std::memcpy(out + total - offset - size, in + offset, size);
+    offset += size;
+  }
+  return RC_SUCCESS;
+}
+
+}  // extern "C"

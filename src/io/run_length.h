@@ -1,0 +1,40 @@
+// Run-length records of 1-bit rows: the encoder, the decoder and the record
+// header, shared by the buffer functions and the compressed bitmap storage.
+#pragma once
+
+#include <cstdint>
+
+namespace vxkrn::io {
+
+// Longest run one word holds.
+constexpr std::uint32_t kMaxRunWord = 65535;
+
+// Bytes a record of `pixels` pixels may need at most: 4 + 2 * (pixels + 1).
+// Every pixel can open a run of its own, and the first run may be empty.
+constexpr std::uint64_t max_record_bytes(std::uint64_t pixels) {
+  return 4 + 2 * (pixels + 1);
+}
+
+// Encode `count` pixels of a plain row, starting at bit `first_bit` (0..7,
+// from the most significant bit) of source[0], into `record` (count word +
+// run words). Returns N, the number of run words. source is only read.
+// record must have max_record_bytes(count) bytes of room; the encoder uses
+// that room as scratch, so bytes in it past the record may change. count
+// stays below 2^32 - 1 so that N fits its 32 bits.
+std::uint32_t encode_row(const std::uint8_t *source, std::uint32_t first_bit, std::uint64_t count,
+                         std::uint8_t *record) noexcept;
+
+// Decode `count` pixels starting at pixel `column` of the run words (`words`,
+// `n` of them, 2-byte aligned at best) into dest, from the most significant
+// bit of dest[0]; (count + 7) / 8 bytes are written, bits past `count`
+// cleared. Pixels past the last of the n runs read as 0. Null words: a
+// cleared destination.
+void decode_runs(const std::uint8_t *words, std::uint32_t n, std::uint64_t column,
+                 std::uint64_t count, std::uint8_t *dest) noexcept;
+
+// N of a record, read byte by byte; and the record's size in bytes,
+// (N + 2) * 2.
+std::uint32_t record_words(const std::uint8_t *record) noexcept;
+std::uint64_t record_bytes(const std::uint8_t *record) noexcept;
+
+}  // namespace vxkrn::io

@@ -1,0 +1,138 @@
+// Whole copies: a new bitmap like the source (or with a chosen storage), and
+// the row-by-row copy of pixel data between two bitmaps of one format.
+#include <cstring>
+
+#include "core/bitmap_core.h"
+#include "core/bitmap_lock.h"
+#include "core/checks.h"
+#include "core/progress.h"
+#include "io/run_length.h"
+#include "platform/heap.h"
+#include "transform/copy_internal.h"
+#include "vxkrn/bitmap.h"
+#include "vxkrn/copy.h"
+#include "vxkrn/rows.h"
+
+using namespace vxkrn::core;
+
+namespace {
+
+constexpr uint32_t kOwnCopy = 63;    // allocate like the source, own palette
+constexpr uint32_t kNoStorage = 14;  // own palette, storage allocated by the caller
+
+ResultCode check_copy(const BitmapHandle *destination, const BitmapHandle *source,
+                      uint32_t struct_size) {
+  VXKRN_TRY(check_record(destination, RC_INVALID_PARAMETER));
+  VXKRN_TRY(check_handle(source, RC_INVALID_PARAMETER));
+  VXKRN_TRY(check_struct_size(struct_size));
+  return check_allocated(source, RC_INVALID_PARAMETER);
+}
+
+// Rows of two bitmaps whose pixels are both addressable in memory.
+bool addressable(const BitmapHandle &b) {
+  const StorageKind kind = storage_kind(b);
+  return (kind == StorageKind::Memory || kind == StorageKind::User) && b.Data;
+}
+
+// Copy rows 0 .. Height - 1 through `step(row)`, reporting progress.
+template <class Step>
+ResultCode each_row(const BitmapHandle &source, Step step) {
+  Progress progress = copy_progress(static_cast<uint32_t>(source.Height));
+  VXKRN_TRY(progress.start());
+  for (int32_t y = 0; y < source.Height; ++y) {
+    VXKRN_TRY(step(y));
+    VXKRN_TRY(progress.row_done());
+  }
+  return RC_SUCCESS;
+}
+
+ResultCode copy_compressed(BitmapHandle *destination, BitmapHandle *source) {
+  vxkrn::platform::RuntimeBlock buffer(
+      vxkrn::platform::rt_alloc(vxkrn::io::max_record_bytes(uint64_t(source->Width))));
+  if (!buffer) return RC_NO_MEMORY;
+  auto *record = static_cast<uint8_t *>(buffer.get());
+  return each_row(*source, [&](int32_t y) {
+    VXKRN_TRY(V_GetBitmapRowCompressed(source, nullptr, record, y, 1));
+    const ResultCode put = V_PutBitmapRowCompressed(destination, nullptr, record, y, 1);
+    return put < 1 ? put : RC_SUCCESS;
+  });
+}
+
+ResultCode copy_plain(BitmapHandle *destination, BitmapHandle *source) {
+  const auto from = static_cast<uint32_t>(source->BytesPerLine);
+  const auto to = static_cast<uint32_t>(destination->BytesPerLine);
+  if (addressable(*source) && addressable(*destination) &&
+      uint64_t{to} * static_cast<uint64_t>(source->Height) <= destination->Size) {
+    // Both in memory: one copy per row, no intermediate buffer. A wider
+    // destination row gets zeros past the source row, as through a buffer.
+    const uint32_t common = from < to ? from : to;
+    return each_row(*source, [&](int32_t y) {
+      uint8_t *out = destination->Data + uint64_t(y) * to;
+      std::memcpy(out, source->Data + uint64_t(y) * from, common);
+      if (to > common) std::memset(out + common, 0, to - common);
+      return RC_SUCCESS;
+    });
+  }
+  vxkrn::platform::RuntimeBlock buffer(vxkrn::platform::rt_alloc(from > to ? from : to, true));
+  if (!buffer) return RC_NO_MEMORY;
+  auto *row = static_cast<uint8_t *>(buffer.get());
+  return each_row(*source, [&](int32_t y) {
+    const int32_t got = V_GetBitmapRow(source, row, y, from);
+    if (got < 0) return got;
+    return V_PutBitmapRow(destination, row, y, to) == static_cast<int32_t>(to) ? RC_SUCCESS
+                                                                               : RC_NO_MEMORY;
+  });
+}
+
+}  // namespace
+
+extern "C" {
+
+ResultCode V_CopyBitmapData(BitmapHandle *destination, BitmapHandle *source) {
+  VXKRN_TRY(check_record(destination, RC_INVALID_BITMAP));
+  VXKRN_TRY(check_record(source, RC_INVALID_BITMAP));
+  VXKRN_TRY(check_struct_size(destination->StructSize));
+  VXKRN_TRY(check_struct_size(source->StructSize));
+  VXKRN_TRY(check_allocated(destination, RC_INVALID_BITMAP));
+  VXKRN_TRY(check_allocated(source, RC_INVALID_BITMAP));
+  if (destination == source) return RC_SUCCESS;
+  BitmapLock locked_source(source), locked_destination(destination);
+  const bool both_compressed =
+      (source->Flags & FLAG_COMPRESSED) && (destination->Flags & FLAG_COMPRESSED);
+  return both_compressed ? copy_compressed(destination, source) : copy_plain(destination, source);
+}
+
+ResultCode V_CopyBitmap(BitmapHandle *destination, BitmapHandle *source, uint32_t struct_size) {
+  VXKRN_TRY(check_copy(destination, source, struct_size));
+  if (destination == source) return RC_SUCCESS;
+  VXKRN_TRY(V_DupBitmapNewDim(destination, source, BITMAPHANDLE_SIZE, source->Width, source->Height,
+                              source->BitsPerPixel, kOwnCopy));
+  const ResultCode rc = V_CopyBitmapData(destination, source);
+  if (rc != RC_SUCCESS) V_FreeBitmap(destination);
+  return rc;
+}
+
+ResultCode V_CopyBitmap2(BitmapHandle *destination, BitmapHandle *source, int32_t memory_type,
+                         uint32_t struct_size) {
+  VXKRN_TRY(check_copy(destination, source, struct_size));
+  if (destination == source) return RC_SUCCESS;
+  VXKRN_TRY(V_DupBitmapNewDim(destination, source, BITMAPHANDLE_SIZE, source->Width, source->Height,
+                              source->BitsPerPixel, kNoStorage));
+  ResultCode rc = RC_SUCCESS;
+  if (source->Order == ORDER_GRAY) {
+    destination->Order = ORDER_GRAY;
+    rc = V_CopyGrayParams(destination, source);
+  }
+  if (rc == RC_SUCCESS) rc = V_AllocateBitmap(destination, memory_type);
+  if (rc != RC_SUCCESS) {
+    V_FreeDuplicateBitmap(destination, kNoStorage);
+    V_FreeGrayParams(destination);
+    return rc;
+  }
+  vxkrn::transform::copy_map_table(*destination, *source);
+  rc = V_CopyBitmapData(destination, source);
+  if (rc != RC_SUCCESS) V_FreeBitmap(destination);
+  return rc;
+}
+
+}  // extern "C"

@@ -1,0 +1,186 @@
+// Rectangle copies and trimming: a new bitmap of the rectangle's size, the
+// overlap with the source copied row by row with its bits realigned.
+#include <cstring>
+
+#include "core/bitmap_lock.h"
+#include "core/checks.h"
+#include "core/pixel_layout.h"
+#include "core/progress.h"
+#include "platform/heap.h"
+#include "vxkrn/bitmap.h"
+#include "vxkrn/copy.h"
+#include "vxkrn/rows.h"
+
+using namespace vxkrn::core;
+
+namespace {
+
+constexpr uint32_t kOwnCopy = 63;    // allocate like the source, own palette
+constexpr uint32_t kNoStorage = 14;  // own palette, storage allocated by the caller
+
+// Where the copied pixels start within their first byte, in bits. 12-bit
+// pixels are a whole nibble apart by the column's parity.
+uint32_t bit_offset(int32_t bits, int64_t column) {
+  if (bits == 12) return column & 1 ? 4 : 0;
+  return bits < 8 ? static_cast<uint32_t>((column * bits) % 8) : 0;
+}
+
+uint32_t bytes_for(uint64_t bits) {
+  return static_cast<uint32_t>((bits + 7) / 8);
+}
+
+// Move a most-significant-bit-first stream of `bytes` bytes by `shift` bits:
+// positive towards the start (each byte takes the high bits of its
+// successor, zeros come in at the end), negative towards the end.
+void shift_bits(uint8_t *row, uint32_t bytes, int shift) {
+  if (shift > 0) {
+    for (uint32_t i = 0; i < bytes; ++i) {
+      const uint32_t next = i + 1 < bytes ? row[i + 1] : 0;
+      row[i] = static_cast<uint8_t>(row[i] << shift | next >> (8 - shift));
+    }
+  } else if (shift < 0) {
+    const int s = -shift;
+    for (uint32_t i = bytes; i-- > 0;) {
+      const uint32_t previous = i > 0 ? row[i - 1] : 0;
+      row[i] = static_cast<uint8_t>(row[i] >> s | previous << (8 - s));
+    }
+  }
+}
+
+// 12-bit pixels read from byte `from` nibble offset moved to `to`: pixel by
+// pixel, since the low nibble of a pair's middle byte belongs to the first.
+void shift_gray12(uint8_t *row, uint8_t *scratch, uint32_t bytes, uint32_t from, uint32_t to,
+                  uint64_t pixels) {
+  std::memset(scratch, 0, bytes);
+  for (uint64_t p = 0; p < pixels; ++p)
+    set_packed_pixel(scratch, to + 12 * p, 12, get_packed_pixel(row, from + 12 * p, 12));
+  std::memcpy(row, scratch, bytes);
+}
+
+// Clear the bits after the copied pixels in the last byte written: they
+// belong to destination pixels outside the rectangle, which stay blank.
+void clear_tail(uint8_t *row, uint32_t bytes, uint64_t used_bits, int32_t bits) {
+  const uint32_t spare = static_cast<uint32_t>(bytes * 8 - used_bits);
+  if (spare == 0) return;
+  uint8_t &last = row[bytes - 1];
+  last = static_cast<uint8_t>(bits == 12 ? last & (0xFFu >> spare) : last & (0xFFu << spare));
+}
+
+struct Rect {
+  int64_t first_column, end_column, first_row, end_row;
+};
+
+// Copy the overlap rows of `source` into `result`. `stopped` tells a
+// callback's stop apart from a failure.
+ResultCode copy_rows(BitmapHandle *result, BitmapHandle *source, int32_t left, int32_t top,
+                     int32_t height, const Rect &r, bool *stopped) {
+  const int32_t bits = source->BitsPerPixel;
+  const uint64_t columns = static_cast<uint64_t>(r.end_column - r.first_column);
+  const uint32_t from = bit_offset(bits, r.first_column);
+  const uint32_t to = bit_offset(bits, r.first_column - left);
+  const uint64_t used = static_cast<uint64_t>(bits) * columns;
+  const uint32_t read = bytes_for(from + used), write = bytes_for(to + used);
+  const uint32_t size = read > write ? read : write;
+  vxkrn::platform::RuntimeBlock buffer(vxkrn::platform::rt_alloc(2 * size, true));
+  if (!buffer) return RC_NO_MEMORY;
+  auto *row = static_cast<uint8_t *>(buffer.get());
+  BitmapLock locked_source(source), locked_result(result);
+  Progress progress = copy_progress(static_cast<uint32_t>(height));
+  *stopped = true;
+  VXKRN_TRY(progress.start());
+  *stopped = false;
+  const auto source_column = static_cast<int32_t>(r.first_column);
+  const auto result_column = static_cast<int32_t>(r.first_column - left);
+  for (int64_t y = r.first_row; y < r.end_row; ++y) {
+    std::memset(row, 0, size);
+    const int32_t got =
+        V_GetBitmapRowCol(source, row, static_cast<int32_t>(y), source_column, read);
+    if (got < 0) return got;
+    if (bits == 12 && from != to) {
+      shift_gray12(row, row + size, size, from, to, columns);
+    } else if (from != to) {
+      shift_bits(row, size, static_cast<int>(from) - static_cast<int>(to));
+    }
+    clear_tail(row, write, to + used, bits);
+    const int32_t put =
+        V_PutBitmapRowCol(result, row, static_cast<int32_t>(y - top), result_column, write);
+    if (put != static_cast<int32_t>(write)) return put < 0 ? put : RC_NO_MEMORY;
+    *stopped = true;
+    VXKRN_TRY(progress.row_done());
+    *stopped = false;
+  }
+  return RC_SUCCESS;
+}
+
+ResultCode copy_rect(BitmapHandle *destination, BitmapHandle *source, uint32_t struct_size,
+                     int32_t left, int32_t top, int32_t width, int32_t height,
+                     const int32_t *memory_type) {
+  VXKRN_TRY(check_handle(source, RC_INVALID_PARAMETER));
+  VXKRN_TRY(check_struct_size(struct_size));
+  VXKRN_TRY(check_allocated(source, RC_INVALID_PARAMETER));
+  // Without a separate destination the result replaces the source.
+  const bool in_place = !destination || destination == source;
+  BitmapHandle scratch;
+  BitmapHandle *result = in_place ? &scratch : destination;
+  if (memory_type) {
+    VXKRN_TRY(V_DupBitmapNewDim(result, source, BITMAPHANDLE_SIZE, width, height,
+                                source->BitsPerPixel, kNoStorage));
+    if (const ResultCode rc = V_AllocateBitmap(result, *memory_type); rc != RC_SUCCESS) {
+      V_FreeDuplicateBitmap(result, kNoStorage);
+      return rc;
+    }
+  } else {
+    VXKRN_TRY(V_DupBitmapNewDim(result, source, BITMAPHANDLE_SIZE, width, height,
+                                source->BitsPerPixel, kOwnCopy));
+  }
+  const Rect r{left > 0 ? left : 0,
+               int64_t{left} + width < source->Width ? int64_t{left} + width : source->Width,
+               top > 0 ? top : 0,
+               int64_t{top} + height < source->Height ? int64_t{top} + height : source->Height};
+  if (r.end_column - r.first_column < 1 || r.end_row - r.first_row < 1) {
+    if (in_place) V_FreeBitmap(result);  // nothing to copy: the source stays as it was
+    return RC_SUCCESS;
+  }
+  bool stopped = false;
+  const ResultCode rc = copy_rows(result, source, left, top, height, r, &stopped);
+  if (in_place && (rc == RC_SUCCESS || stopped)) {
+    // Also when the callback stopped the copy, deliberately: the partly
+    // copied bitmap takes the source's place.
+    V_FreeBitmap(source);
+    *source = scratch;
+  } else if (rc != RC_SUCCESS) {
+    V_FreeBitmap(result);  // a failure leaves no storage behind
+  }
+  return rc;
+}
+
+}  // namespace
+
+extern "C" {
+
+ResultCode V_CopyBitmapRect(BitmapHandle *destination, BitmapHandle *source, uint32_t struct_size,
+                            int32_t left, int32_t top, int32_t width, int32_t height) {
+  return copy_rect(destination, source, struct_size, left, top, width, height, nullptr);
+}
+
+ResultCode V_CopyBitmapRect2(BitmapHandle *destination, BitmapHandle *source, uint32_t struct_size,
+                             int32_t left, int32_t top, int32_t width, int32_t height,
+                             int32_t memory_type) {
+  return copy_rect(destination, source, struct_size, left, top, width, height, &memory_type);
+}
+
+ResultCode V_TrimBitmap(BitmapHandle *bitmap, int32_t left, int32_t top, int32_t width,
+                        int32_t height) {
+  VXKRN_TRY(check_allocated_handle(bitmap, RC_INVALID_PARAMETER, RC_INVALID_PARAMETER));
+  const int64_t column = left > 0 ? left : 0, row = top > 0 ? top : 0;
+  const int64_t right =
+      int64_t{left} + width < bitmap->Width ? int64_t{left} + width : bitmap->Width;
+  const int64_t bottom =
+      int64_t{top} + height < bitmap->Height ? int64_t{top} + height : bitmap->Height;
+  if (right - column < 0 || bottom - row < 0) return RC_EMPTY_AREA;
+  return V_CopyBitmapRect(nullptr, bitmap, BITMAPHANDLE_SIZE, static_cast<int32_t>(column),
+                          static_cast<int32_t>(row), static_cast<int32_t>(right - column),
+                          static_cast<int32_t>(bottom - row));
+}
+
+}  // extern "C"

@@ -1,0 +1,426 @@
+// Compressed 1-bit storage against a plain model: random writes of every
+// shape, height changes, row groups past 32768 rows, the record-level row
+// functions on every storage kind, and the moves between storage kinds.
+#include <random>
+#include <set>
+#include <vector>
+
+#include "support/test_support.h"
+
+namespace {
+
+using vxkrn_test::kBothHeaps;
+using vxkrn_test::OwnedBitmap;
+using vxkrn_test::random_rows;
+using vxkrn_test::read_rows;
+using vxkrn_test::same_bytes;
+using vxkrn_test::write_rows;
+
+void make(BitmapHandle &bm, int32_t width, int32_t height, int32_t type) {
+  ASSERT_EQ(V_InitBitmap(&bm, BITMAPHANDLE_SIZE, width, height, 1), RC_SUCCESS);
+  ASSERT_EQ(V_AllocateBitmap(&bm, type), RC_SUCCESS);
+}
+
+uint32_t words_of(const uint8_t *record) {
+  return record[0] | record[1] << 8 | uint32_t(record[2]) << 16 | uint32_t(record[3]) << 24;
+}
+uint64_t bytes_of(const uint8_t *record) {
+  return (uint64_t{words_of(record)} + 2) * 2;
+}
+uint16_t word(const uint8_t *record, uint32_t k) {
+  return static_cast<uint16_t>(record[4 + 2 * k] | record[5 + 2 * k] << 8);
+}
+
+// The record of one stored row, as the bitmap hands it out.
+std::vector<uint8_t> record_of(const BitmapHandle &bm, int32_t row) {
+  std::vector<uint8_t> record(COMPRESSED_RECORD_MAX_BYTES(bm.Width));
+  EXPECT_EQ(V_GetBitmapRowCompressed(&bm, nullptr, record.data(), row, 1), RC_SUCCESS);
+  record.resize(bytes_of(record.data()));
+  return record;
+}
+
+// Plain rows with the bits past `width` clear, as compressed storage keeps them.
+std::vector<uint8_t> clean(std::vector<uint8_t> rows, int32_t width, int32_t stride) {
+  for (size_t y = 0; y < rows.size() / size_t(stride); ++y)
+    for (int64_t bit = width; bit < int64_t{stride} * 8; ++bit)
+      rows[y * size_t(stride) + size_t(bit / 8)] &= static_cast<uint8_t>(~(0x80 >> (bit % 8)));
+  return rows;
+}
+
+class Compressed : public vxkrn_test::TempDirTest {};
+
+TEST_F(Compressed, RandomWritesGiveThePixelsOfPlainStorage) {
+  OwnedBitmap packed;
+  const int32_t width = 333, height = 40;
+  make(packed.bm, width, height, MEM_COMPRESSED);
+  const auto stride = static_cast<uint32_t>(packed->BytesPerLine);
+  std::vector<uint8_t> model(size_t(stride) * height, 0);
+  std::set<int32_t> written;
+  std::mt19937 random(99);
+  const std::vector<uint8_t> source = random_rows(packed.bm, 5);
+  for (int step = 0; step < 400; ++step) {
+    const auto row = static_cast<int32_t>(random() % height);
+    const uint8_t *from = source.data() + (random() % height) * stride;
+    switch (step % 4) {
+      case 0: {  // whole rows, possibly several in one call
+        const uint32_t rows = 1 + random() % 3 < uint32_t(height - row) ? 1 + random() % 3 : 1;
+        std::vector<uint8_t> bytes(source.begin(), source.begin() + rows * stride);
+        ASSERT_EQ(V_PutBitmapRow(packed.get(), bytes.data(), row, rows * stride),
+                  int32_t(rows * stride));
+        std::copy(bytes.begin(), bytes.end(), model.begin() + row * stride);
+        for (uint32_t k = 0; k < rows; ++k)
+          written.insert(row + int32_t(k));
+        break;
+      }
+      case 1: {  // bytes from a column on
+        const auto column = static_cast<int32_t>(random() % width);
+        const uint32_t first = column / 8, count = 1 + random() % (stride - first);
+        ASSERT_EQ(V_PutBitmapRowCol(packed.get(), from, row, column, count), int32_t(count));
+        std::copy(from, from + count, model.begin() + row * stride + first);
+        written.insert(row);
+        break;
+      }
+      case 2: {  // single pixels
+        const auto column = static_cast<int32_t>(random() % width);
+        const uint32_t value = random() % 2;
+        ASSERT_EQ(V_PutPixelColor(packed.get(), row, column, COLOR_KIND_INDEX << 24 | value),
+                  RC_SUCCESS);
+        uint8_t &byte = model[row * stride + uint32_t(column) / 8];
+        const auto mask = static_cast<uint8_t>(0x80 >> (column % 8));
+        byte = static_cast<uint8_t>(value ? byte | mask : byte & ~mask);
+        written.insert(row);
+        break;
+      }
+      default: {  // reads from a column on
+        const auto column = static_cast<int32_t>(random() % width);
+        const uint32_t first = column / 8, count = stride - first;
+        std::vector<uint8_t> got(count);
+        ASSERT_EQ(V_GetBitmapRowCol(packed.get(), got.data(), row, column, count), int32_t(count));
+        const std::vector<uint8_t> want = clean(
+            std::vector<uint8_t>(model.begin() + row * stride, model.begin() + (row + 1) * stride),
+            width, int32_t(stride));
+        EXPECT_TRUE(std::equal(got.begin(), got.end(), want.begin() + first));
+      }
+    }
+  }
+  EXPECT_EQ(read_rows(packed.bm), clean(model, width, int32_t(stride)));
+  uint64_t stored = 0;
+  for (int32_t row : written)
+    stored += record_of(packed.bm, row).size();
+  EXPECT_EQ(packed->Size, stored);
+}
+
+TEST_F(Compressed, HeightChangesKeepRowsAndClearNewOnes) {
+  OwnedBitmap bm;
+  make(bm.bm, 100, 30, MEM_COMPRESSED);
+  const std::vector<uint8_t> pixels = random_rows(bm.bm, 8);
+  write_rows(bm.bm, pixels);
+  const uint32_t full = bm->Size;
+  const auto stride = size_t(bm->BytesPerLine);
+  ASSERT_EQ(V_ChangeBitmapHeight(bm.get(), 10), RC_SUCCESS);
+  EXPECT_EQ(bm->Height, 10);
+  // Size keeps counting until it is recomputed.
+  EXPECT_EQ(bm->Size, full);
+  ASSERT_EQ(V_UpdateBitmapSize(bm.get()), RC_SUCCESS);
+  EXPECT_LT(bm->Size, full);
+  ASSERT_EQ(V_ChangeBitmapHeight(bm.get(), 25), RC_SUCCESS);
+  std::vector<uint8_t> want(pixels.begin(), pixels.begin() + 10 * stride);
+  want.resize(25 * stride, 0);
+  EXPECT_EQ(read_rows(bm.bm), want);
+}
+
+TEST_F(Compressed, RowGroupsPastTheFirstWorkAndGrowOnDemand) {
+  OwnedBitmap bm;
+  make(bm.bm, 64, 40000, MEM_COMPRESSED);
+  const uint8_t row_a[8] = {0xF0, 0x0F, 0, 0, 0xFF, 0, 0, 1};
+  const uint8_t row_b[8] = {1, 2, 3, 4, 5, 6, 7, 8};
+  ASSERT_EQ(V_PutBitmapRow(bm.get(), row_a, 32767, 8), 8);
+  ASSERT_EQ(V_PutBitmapRow(bm.get(), row_b, 32768, 8), 8);
+  ASSERT_EQ(V_PutBitmapRow(bm.get(), row_a, 39999, 8), 8);
+  // Grown past the groups made at allocation.
+  ASSERT_EQ(V_ChangeBitmapHeight(bm.get(), 70000), RC_SUCCESS);
+  ASSERT_EQ(V_PutBitmapRow(bm.get(), row_b, 69999, 8), 8);
+  uint8_t got[8];
+  for (auto [row, want] :
+       {std::pair{32767, row_a}, {32768, row_b}, {39999, row_a}, {69999, row_b}}) {
+    ASSERT_EQ(V_GetBitmapRow(bm.get(), got, row, 8), 8);
+    EXPECT_TRUE(std::equal(got, got + 8, want)) << row;
+  }
+  ASSERT_EQ(V_GetBitmapRow(bm.get(), got, 50000, 8), 8);
+  EXPECT_EQ(std::count(got, got + 8, 0), 8);
+  // Shrunk into the first group and grown again: the dropped rows are blank.
+  ASSERT_EQ(V_ChangeBitmapHeight(bm.get(), 30000), RC_SUCCESS);
+  ASSERT_EQ(V_ChangeBitmapHeight(bm.get(), 33000), RC_SUCCESS);
+  ASSERT_EQ(V_GetBitmapRow(bm.get(), got, 32768, 8), 8);
+  EXPECT_EQ(std::count(got, got + 8, 0), 8);
+  ASSERT_EQ(V_UpdateBitmapSize(bm.get()), RC_SUCCESS);
+  EXPECT_EQ(bm->Size, 0u);
+}
+
+TEST_F(Compressed, ANeverWrittenRowIsOneBlankRunSplitLikeTheEncoder) {
+  OwnedBitmap bm;
+  make(bm.bm, 70000, 2, MEM_COMPRESSED);
+  const std::vector<uint8_t> record = record_of(bm.bm, 1);
+  ASSERT_EQ(words_of(record.data()), 3u);
+  EXPECT_EQ(word(record.data(), 0), 65535);
+  EXPECT_EQ(word(record.data(), 1), 0);
+  EXPECT_EQ(word(record.data(), 2), 70000 - 65535);
+}
+
+// Records of random rows made by the public encoder.
+std::vector<uint8_t> encode(const std::vector<uint8_t> &rows, int32_t width, uint32_t count) {
+  std::vector<uint8_t> records(count * COMPRESSED_RECORD_MAX_BYTES(width));
+  EXPECT_EQ(V_CompressRows(records.data(), rows.data(), uint32_t(width), count), RC_SUCCESS);
+  size_t used = 0;
+  for (uint32_t k = 0; k < count; ++k)
+    used += bytes_of(records.data() + used);
+  records.resize(used);
+  return records;
+}
+
+class RecordRows : public vxkrn_test::TempDirTest, public ::testing::WithParamInterface<int32_t> {};
+
+TEST_P(RecordRows, PutAndGetRecordsOnEveryStorage) {
+  const int32_t width = 517, height = 12;
+  OwnedBitmap bm;
+  make(bm.bm, width, height, GetParam());
+  V_AccessBitmap(bm.get());  // plain memory is read through Data
+  const auto stride = size_t(bm->BytesPerLine);
+  const std::vector<uint8_t> pixels = random_rows(bm.bm, 21);
+  const std::vector<uint8_t> records = encode(pixels, width, height);
+  ASSERT_EQ(V_PutBitmapRowCompressed(bm.get(), nullptr, records.data(), 0, height), RC_SUCCESS);
+  EXPECT_EQ(read_rows(bm.bm), pixels);
+
+  std::vector<uint8_t> work(stride), got(height * COMPRESSED_RECORD_MAX_BYTES(width));
+  ASSERT_EQ(V_GetBitmapRowCompressed(bm.get(), work.data(), got.data(), 0, height), RC_SUCCESS);
+  got.resize(records.size());
+  EXPECT_EQ(got, records);
+  // A count past the last row is cut there.
+  ASSERT_EQ(V_GetBitmapRowCompressed(bm.get(), nullptr, got.data(), height - 1, 50), RC_SUCCESS);
+  EXPECT_TRUE(std::equal(got.begin(), got.begin() + long(bytes_of(got.data())),
+                         records.end() - long(bytes_of(got.data()))));
+
+  // One record into the middle of a row, and one read from a column.
+  std::mt19937 random(3);
+  std::vector<uint8_t> model = pixels;
+  for (int trial = 0; trial < 30; ++trial) {
+    const auto row = int32_t(random() % height), column = int32_t(random() % width);
+    const auto count = uint32_t(random() % uint32_t(width - column + 1));
+    const uint8_t *from = pixels.data() + ((row + 1) % height) * stride;
+    std::vector<uint8_t> record(COMPRESSED_RECORD_MAX_BYTES(count));
+    ASSERT_EQ(V_CompressRow(record.data(), from, 0, count), int32_t(count));
+    ASSERT_EQ(V_PutBitmapRowColCompressed(bm.get(), nullptr, record.data(), row, column, count),
+              RC_SUCCESS);
+    for (uint32_t k = 0; k < count; ++k) {
+      const bool bit = from[k / 8] >> (7 - k % 8) & 1;
+      uint8_t &byte = model[row * stride + (column + k) / 8];
+      const auto mask = static_cast<uint8_t>(0x80 >> ((column + k) % 8));
+      byte = static_cast<uint8_t>(bit ? byte | mask : byte & ~mask);
+    }
+    std::vector<uint8_t> out(COMPRESSED_RECORD_MAX_BYTES(count)), want(out.size());
+    ASSERT_EQ(V_GetBitmapRowColCompressed(bm.get(), nullptr, out.data(), row, column, count),
+              RC_SUCCESS);
+    std::vector<uint8_t> row_bytes(model.begin() + row * stride,
+                                   model.begin() + (row + 1) * stride);
+    ASSERT_EQ(V_CompressRow(want.data(), row_bytes.data() + column / 8, uint32_t(column), count),
+              int32_t(count));
+    EXPECT_TRUE(std::equal(out.begin(), out.begin() + long(bytes_of(want.data())), want.begin()));
+  }
+  EXPECT_EQ(read_rows(bm.bm), model);
+}
+
+INSTANTIATE_TEST_SUITE_P(Storage, RecordRows,
+                         ::testing::Values(MEM_NO_DISK, MEM_TEMP_FILE, MEM_COMPRESSED));
+
+TEST_F(Compressed, RecordsLargerThanPlainRowsSwitchTheBitmapToPlain) {
+  OwnedBitmap bm;
+  make(bm.bm, 64, 4, MEM_COMPRESSED);
+  std::vector<uint8_t> rows(4 * 8, 0x55);  // every pixel a run of its own
+  const std::vector<uint8_t> records = encode(rows, 64, 4);
+  ASSERT_EQ(V_PutBitmapRowCompressed(bm.get(), nullptr, records.data(), 0, 4), RC_SUCCESS);
+  EXPECT_FALSE(bm->Flags & FLAG_COMPRESSED);
+  EXPECT_EQ(bm->Size, 32u);
+  EXPECT_EQ(read_rows(bm.bm), rows);
+}
+
+TEST_F(Compressed, RecordFunctionsRejectBadArguments) {
+  OwnedBitmap one, eight;
+  make(one.bm, 16, 2, MEM_COMPRESSED);
+  ASSERT_EQ(V_InitBitmap(eight.get(), BITMAPHANDLE_SIZE, 16, 2, 8), RC_SUCCESS);
+  ASSERT_EQ(V_AllocateBitmap(eight.get(), MEM_NO_DISK), RC_SUCCESS);
+  uint8_t buffer[64] = {1, 0, 0, 0, 16, 0};
+  struct Case {
+    const char *what;
+    ResultCode got, want;
+  } cases[] = {
+      {"put null", V_PutBitmapRowCompressed(nullptr, nullptr, buffer, 0, 1), RC_INVALID_PARAMETER},
+      {"put no records", V_PutBitmapRowCompressed(one.get(), nullptr, nullptr, 0, 1),
+       RC_INVALID_PARAMETER},
+      {"put 8-bit", V_PutBitmapRowCompressed(eight.get(), nullptr, buffer, 0, 1),
+       RC_INVALID_BITS_PER_PIXEL},
+      {"put count 0", V_PutBitmapRowCompressed(one.get(), nullptr, buffer, 0, 0), RC_SUCCESS},
+      {"put at height", V_PutBitmapRowCompressed(one.get(), nullptr, buffer, 2, 1), RC_SUCCESS},
+      {"get null out", V_GetBitmapRowCompressed(one.get(), nullptr, nullptr, 0, 1),
+       RC_INVALID_PARAMETER},
+      {"col past width", V_PutBitmapRowColCompressed(one.get(), nullptr, buffer, 0, 10, 7),
+       RC_INVALID_PARAMETER},
+      {"get col negative", V_GetBitmapRowColCompressed(one.get(), nullptr, buffer, 0, -1, 2),
+       RC_INVALID_PARAMETER},
+  };
+  for (const Case &c : cases)
+    EXPECT_EQ(c.got, c.want) << c.what;
+}
+
+TEST_F(Compressed, ToggleMovesBetweenPlainAndCompressedKeepingEverythingElse) {
+  OwnedBitmap bm;
+  make(bm.bm, 1000, 200, MEM_NO_DISK);
+  const std::vector<uint8_t> pixels = random_rows(bm.bm, 12);
+  write_rows(bm.bm, pixels);
+  const PaletteEntry *palette = bm->Palette;
+  const uint8_t *map = bm->MapTable;
+  const uint32_t plain = bm->Size;
+  ASSERT_EQ(V_ToggleBitmapCompression(bm.get()), RC_SUCCESS);
+  EXPECT_TRUE(bm->Flags & FLAG_COMPRESSED);
+  EXPECT_LT(bm->Size, plain);
+  EXPECT_EQ(bm->Palette, palette);
+  EXPECT_EQ(bm->MapTable, map);
+  EXPECT_EQ(read_rows(bm.bm), pixels);
+  EXPECT_EQ(V_ChangeBitmapCompression(bm.get(), COMPRESSION_RUNS), RC_SUCCESS);
+  ASSERT_EQ(V_ToggleBitmapCompression(bm.get()), RC_SUCCESS);
+  EXPECT_EQ(bm->Flags & (FLAG_COMPRESSED | FLAG_CONVENTIONAL), FLAG_CONVENTIONAL);
+  EXPECT_EQ(bm->Size, plain);
+  EXPECT_EQ(read_rows(bm.bm), pixels);
+}
+
+TEST_F(Compressed, ToggleAndChangeRefuseWhatTheyCannotDo) {
+  OwnedBitmap one, eight, unallocated;
+  make(one.bm, 8, 8, MEM_NO_DISK);
+  ASSERT_EQ(V_InitBitmap(eight.get(), BITMAPHANDLE_SIZE, 8, 8, 8), RC_SUCCESS);
+  ASSERT_EQ(V_AllocateBitmap(eight.get(), MEM_NO_DISK), RC_SUCCESS);
+  ASSERT_EQ(V_InitBitmap(unallocated.get(), BITMAPHANDLE_SIZE, 8, 8, 1), RC_SUCCESS);
+  EXPECT_EQ(V_ToggleBitmapCompression(nullptr), RC_INVALID_BITMAP);
+  EXPECT_EQ(V_ToggleBitmapCompression(eight.get()), RC_INVALID_BITMAP);
+  EXPECT_EQ(V_ToggleBitmapCompression(unallocated.get()), RC_INVALID_BITMAP);
+  EXPECT_EQ(V_ChangeBitmapCompression(unallocated.get(), 1), RC_INVALID_BITMAP);
+  EXPECT_EQ(V_ChangeBitmapCompression(one.get(), 3), RC_INVALID_PARAMETER);
+  const BitmapHandle before = one.bm;
+  EXPECT_EQ(V_ChangeBitmapCompression(one.get(), COMPRESSION_SUPER), RC_NO_MEMORY);
+  EXPECT_TRUE(same_bytes(one.bm, before));
+  one->Flags |= FLAG_RESTRICTED;
+  EXPECT_EQ(V_ToggleBitmapCompression(one.get()), RC_BITMAP_RESTRICTED);
+  one->Flags &= ~FLAG_RESTRICTED;
+  one->StructSize = 1;
+  EXPECT_EQ(V_ToggleBitmapCompression(one.get()), RC_INVALID_STRUCT_SIZE);
+  one->StructSize = BITMAPHANDLE_SIZE;
+}
+
+TEST_F(Compressed, AFailedToggleLeavesTheRecordAsItWas) {
+  for (int32_t type : {MEM_NO_DISK, MEM_COMPRESSED}) {
+    OwnedBitmap bm;
+    make(bm.bm, 300, 20, type);
+    const std::vector<uint8_t> pixels = random_rows(bm.bm, 13);
+    write_rows(bm.bm, pixels);
+    vxkrn_test::sweep_allocation_failures(kBothHeaps, [&](unsigned) {
+      const BitmapHandle before = bm.bm;
+      const ResultCode rc = V_ToggleBitmapCompression(bm.get());
+      vxkrn_test::stop_failing();
+      if (rc == RC_SUCCESS) {
+        EXPECT_EQ(read_rows(bm.bm), pixels);
+        ASSERT_EQ(V_ToggleBitmapCompression(bm.get()), RC_SUCCESS);
+      } else {
+        EXPECT_EQ(rc, RC_NO_MEMORY);
+        EXPECT_TRUE(same_bytes(bm.bm, before));
+      }
+      EXPECT_EQ(read_rows(bm.bm), pixels);
+    });
+  }
+}
+
+TEST_F(Compressed, SetMemoryInfoMovesThePixelsBetweenKinds) {
+  OwnedBitmap bm;
+  make(bm.bm, 90, 14, MEM_NO_DISK);
+  const std::vector<uint8_t> pixels = random_rows(bm.bm, 14);
+  write_rows(bm.bm, pixels);
+  const PaletteEntry *palette = bm->Palette;
+  auto code = [&] {
+    int32_t c = 0;
+    EXPECT_EQ(V_GetBitmapMemoryInfo(bm.get(), &c, nullptr, nullptr), RC_SUCCESS);
+    return c;
+  };
+  const BitmapHandle before = bm.bm;
+  EXPECT_EQ(V_SetBitmapMemoryInfo(bm.get(), MEM_TEMP_FILE, 0, 0, 0, 0, 0, 0), RC_SUCCESS);
+  EXPECT_TRUE(same_bytes(bm.bm, before));
+  struct Step {
+    int32_t type, code;
+  } steps[] = {{MEM_TEMP_FILE, MEM_INFO_DISK},
+               {MEM_COMPRESSED, MEM_INFO_COMPRESSED},
+               {MEM_DISK, MEM_INFO_MEMORY},
+               {MEM_MOD_COMPRESS | MEM_CONVENTIONAL, MEM_INFO_COMPRESSED},
+               {MEM_CONVENTIONAL, MEM_INFO_MEMORY}};
+  for (const Step &s : steps) {
+    ASSERT_EQ(V_SetBitmapMemoryInfo(bm.get(), s.type, 0, 0, 0, 0, 0, MEM_INFO_MASK_TYPE),
+              RC_SUCCESS);
+    EXPECT_EQ(code(), s.code) << s.type;
+    EXPECT_EQ(bm->Palette, palette);
+    EXPECT_EQ(read_rows(bm.bm), pixels);
+  }
+  EXPECT_EQ(V_SetBitmapMemoryInfo(bm.get(), 3, 0, 0, 0, 0, 0, MEM_INFO_MASK_TYPE),
+            RC_INVALID_PARAMETER);
+  EXPECT_EQ(V_SetBitmapMemoryInfo(nullptr, 1, 0, 0, 0, 0, 0, MEM_INFO_MASK_TYPE),
+            RC_INVALID_BITMAP);
+
+  vxkrn_test::sweep_allocation_failures(kBothHeaps, [&](unsigned) {
+    const BitmapHandle kept = bm.bm;
+    const ResultCode rc =
+        V_SetBitmapMemoryInfo(bm.get(), MEM_COMPRESSED, 0, 0, 0, 0, 0, MEM_INFO_MASK_TYPE);
+    vxkrn_test::stop_failing();
+    if (rc == RC_SUCCESS) {
+      ASSERT_EQ(V_SetBitmapMemoryInfo(bm.get(), MEM_NO_DISK, 0, 0, 0, 0, 0, MEM_INFO_MASK_TYPE),
+                RC_SUCCESS);
+    } else {
+      EXPECT_EQ(rc, RC_NO_MEMORY);
+      EXPECT_TRUE(same_bytes(bm.bm, kept));
+    }
+    EXPECT_EQ(read_rows(bm.bm), pixels);
+  });
+}
+
+TEST_F(Compressed, HeapGrowthAndTrimKeepThePixels) {
+  OwnedBitmap bm, plain;
+  make(bm.bm, 800, 50, MEM_COMPRESSED);
+  make(plain.bm, 8, 8, MEM_NO_DISK);
+  const std::vector<uint8_t> pixels = random_rows(bm.bm, 15);
+  write_rows(bm.bm, pixels);
+  EXPECT_EQ(V_GrowBitmapHeap(bm.get(), 1 << 20), RC_SUCCESS);
+  EXPECT_EQ(V_TrimBitmapHeap(bm.get()), RC_SUCCESS);
+  // Nothing left to give back the second time: reported as 0.
+  EXPECT_EQ(V_TrimBitmapHeap(bm.get()), 0);
+  EXPECT_EQ(read_rows(bm.bm), pixels);
+  vxkrn::testing::fail_nth_allocation(1, kBothHeaps);
+  EXPECT_EQ(V_GrowBitmapHeap(bm.get(), 1 << 22), 0);
+  vxkrn_test::stop_failing();
+  EXPECT_EQ(read_rows(bm.bm), pixels);
+  EXPECT_EQ(V_GrowBitmapHeap(plain.get(), 10), RC_INVALID_PARAMETER);
+  EXPECT_EQ(V_TrimBitmapHeap(nullptr), RC_INVALID_PARAMETER);
+}
+
+TEST_F(Compressed, AFailedRowWriteKeepsTheRow) {
+  OwnedBitmap bm;
+  make(bm.bm, 200, 3, MEM_COMPRESSED);
+  const std::vector<uint8_t> pixels = random_rows(bm.bm, 16);
+  write_rows(bm.bm, pixels);
+  const std::vector<uint8_t> other = random_rows(bm.bm, 17);
+  vxkrn_test::sweep_allocation_failures(kBothHeaps, [&](unsigned nth) {
+    const int32_t rc = V_PutBitmapRow(bm.get(), other.data(), 1, uint32_t(bm->BytesPerLine));
+    vxkrn_test::stop_failing();
+    if (nth == 0) {
+      ASSERT_EQ(rc, bm->BytesPerLine);
+      write_rows(bm.bm, pixels);
+      return;
+    }
+    EXPECT_EQ(rc, RC_NO_MEMORY);
+    EXPECT_EQ(read_rows(bm.bm), pixels);
+  });
+}
+
+}  // namespace
