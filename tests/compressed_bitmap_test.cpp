@@ -1,6 +1,7 @@
 // Compressed 1-bit storage against a plain model: random writes of every
 // shape, height changes, row groups past 32768 rows, the record-level row
 // functions on every storage kind, and the moves between storage kinds.
+#include <functional>
 #include <random>
 #include <set>
 #include <vector>
@@ -402,6 +403,88 @@ TEST_F(Compressed, HeapGrowthAndTrimKeepThePixels) {
   EXPECT_EQ(read_rows(bm.bm), pixels);
   EXPECT_EQ(V_GrowBitmapHeap(plain.get(), 10), RC_INVALID_PARAMETER);
   EXPECT_EQ(V_TrimBitmapHeap(nullptr), RC_INVALID_PARAMETER);
+}
+
+TEST_F(Compressed, EveryAllocationFailureOfTheRowFunctionsIsReported) {
+  const int32_t width = 900, height = 20;
+  struct Case {
+    const char *what;
+    int32_t type;
+    std::function<ResultCode(BitmapHandle &, const std::vector<uint8_t> &)> call;
+    bool changes_pixels;
+  } cases[] = {
+      {"records into plain rows", MEM_NO_DISK,
+       [](BitmapHandle &bm, const std::vector<uint8_t> &records) {
+         return V_PutBitmapRowCompressed(&bm, nullptr, records.data(), 0, uint32_t(bm.Height));
+       },
+       true},
+      {"records into compressed rows", MEM_COMPRESSED,
+       [](BitmapHandle &bm, const std::vector<uint8_t> &records) {
+         V_TrimBitmapHeap(&bm);  // so that the records need the arena to grow
+         return V_PutBitmapRowCompressed(&bm, nullptr, records.data(), 0, uint32_t(bm.Height));
+       },
+       true},
+      {"one record at a column", MEM_COMPRESSED,
+       [](BitmapHandle &bm, const std::vector<uint8_t> &records) {
+         return V_PutBitmapRowColCompressed(&bm, nullptr, records.data(), 3, 17, 600);
+       },
+       true},
+      {"records out of plain rows", MEM_TEMP_FILE,
+       [](BitmapHandle &bm, const std::vector<uint8_t> &) {
+         std::vector<uint8_t> out(size_t(bm.Height) * COMPRESSED_RECORD_MAX_BYTES(bm.Width));
+         return V_GetBitmapRowCompressed(&bm, nullptr, out.data(), 0, uint32_t(bm.Height));
+       },
+       false},
+      {"height past the row groups", MEM_COMPRESSED,
+       [](BitmapHandle &bm, const std::vector<uint8_t> &) {
+         const int32_t before = bm.Height;
+         const ResultCode rc = V_ChangeBitmapHeight(&bm, 3 * 32768 + 5);
+         if (rc == RC_SUCCESS) {
+           EXPECT_EQ(V_ChangeBitmapHeight(&bm, before), RC_SUCCESS);
+         }
+         return rc;
+       },
+       false},
+  };
+  for (const Case &c : cases) {
+    SCOPED_TRACE(c.what);
+    OwnedBitmap bm;
+    make(bm.bm, width, height, c.type);
+    V_AccessBitmap(bm.get());
+    const std::vector<uint8_t> pixels = random_rows(bm.bm, 31);
+    write_rows(bm.bm, pixels);
+    const std::vector<uint8_t> other = random_rows(bm.bm, 32);
+    const std::vector<uint8_t> records = encode(other, width, height);
+    const auto stride = size_t(bm->BytesPerLine);
+    vxkrn_test::sweep_allocation_failures(kBothHeaps, [&](unsigned) {
+      const ResultCode rc = c.call(bm.bm, records);
+      vxkrn_test::stop_failing();
+      if (rc != RC_SUCCESS) {
+        EXPECT_EQ(rc, RC_NO_MEMORY);
+        EXPECT_EQ(bm->Height, height);
+        // Rows are stored one by one: each holds its old or its new pixels.
+        const std::vector<uint8_t> now = read_rows(bm.bm);
+        for (size_t y = 0; y < size_t(height); ++y) {
+          const auto row = now.begin() + long(y * stride);
+          EXPECT_TRUE(std::equal(row, row + long(stride), pixels.begin() + long(y * stride)) ||
+                      std::equal(row, row + long(stride), other.begin() + long(y * stride)))
+              << "row " << y;
+        }
+      }
+      if (c.changes_pixels) write_rows(bm.bm, pixels);
+      EXPECT_EQ(read_rows(bm.bm), pixels);
+    });
+  }
+  // Allocation itself, over several groups: nothing left behind.
+  vxkrn_test::sweep_allocation_failures(kBothHeaps, [&](unsigned) {
+    OwnedBitmap bm;
+    ASSERT_EQ(V_InitBitmap(bm.get(), BITMAPHANDLE_SIZE, 64, 3 * 32768, 1), RC_SUCCESS);
+    const ResultCode rc = V_AllocateBitmap(bm.get(), MEM_COMPRESSED);
+    if (rc != RC_SUCCESS) {
+      EXPECT_EQ(rc, RC_NO_MEMORY);
+      EXPECT_FALSE(bm->Flags & FLAG_ALLOCATED);
+    }
+  });
 }
 
 TEST_F(Compressed, AFailedRowWriteKeepsTheRow) {

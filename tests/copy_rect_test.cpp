@@ -125,8 +125,8 @@ TEST_F(CopyRect, APageSizedUnalignedStripMatchesTheReference) {
     make(source.bm, 2000, 3, bits, MEM_NO_DISK);
     const std::vector<uint8_t> pixels = random_rows(source.bm, 11);
     write_rows(source.bm, pixels);
-    for (int32_t left : {1, 3, 5, 7, 13}) {
-      const Rect r{left, 1, 1500 + left, 2};
+    for (int32_t left : {1, 3, 5, 7, 13, -1, -3, -6}) {
+      const Rect r{left, 1, 1500, 2};
       ASSERT_EQ(V_CopyBitmapRect(result.get(), source.get(), BITMAPHANDLE_SIZE, r.left, r.top,
                                  r.width, r.height),
                 RC_SUCCESS);
@@ -242,6 +242,10 @@ TEST_F(CopyRect, BadArgumentsGiveTheirCodes) {
       {"trim unallocated", V_TrimBitmap(unallocated.get(), 0, 0, 1, 1), RC_INVALID_PARAMETER},
       {"trim left beyond", V_TrimBitmap(good.get(), 9, 0, 1, 1), RC_EMPTY_AREA},
       {"trim above", V_TrimBitmap(good.get(), 0, -5, 1, 3), RC_EMPTY_AREA},
+      // Clipped to a zero width: not refused by the trim, but by the result.
+      {"trim to the edge", V_TrimBitmap(good.get(), 8, 0, 5, 5), RC_EMPTY_AREA},
+      {"rect negative width", V_CopyBitmapRect(out.get(), good.get(), S, 0, 0, -1, 1),
+       RC_INVALID_PARAMETER},
   };
   for (const Case &c : cases)
     EXPECT_EQ(c.got, c.want) << c.what;

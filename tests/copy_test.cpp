@@ -356,4 +356,41 @@ TEST_F(Copy, EveryAllocationFailureIsReportedAndLeavesNothing) {
   }
 }
 
+TEST_F(Copy, DataCopiesAndDuplicatesReportAllocationFailures) {
+  OwnedBitmap source, target;
+  make(source.bm, 700, 15, 1, Kind::Compressed);
+  make(target.bm, 700, 15, 1, Kind::Compressed);
+  const std::vector<uint8_t> pixels = random_rows(source.bm, 9);
+  write_rows(source.bm, pixels);
+  vxkrn_test::sweep_allocation_failures(kBothHeaps, [&](unsigned) {
+    const ResultCode rc = V_CopyBitmapData(target.get(), source.get());
+    vxkrn_test::stop_failing();
+    if (rc == RC_SUCCESS) {
+      EXPECT_EQ(read_rows(target.bm), pixels);
+    } else {
+      EXPECT_EQ(rc, RC_NO_MEMORY);
+    }
+  });
+
+  OwnedBitmap gray;
+  ASSERT_EQ(V_InitBitmap(gray.get(), BITMAPHANDLE_SIZE, 30, 20, 8), RC_SUCCESS);
+  gray->Order = ORDER_GRAY;
+  ASSERT_EQ(V_AllocateBitmap(gray.get(), MEM_NO_DISK), RC_SUCCESS);
+  std::vector<PaletteEntry> palette(256, PaletteEntry{9, 9, 9, 0});
+  ASSERT_EQ(V_SetBitmapNewPalette(gray.get(), palette.data(), 256), RC_SUCCESS);
+  gray->LUT = static_cast<PaletteEntry *>(vxkrn::platform::sys_alloc(256 * sizeof(PaletteEntry)));
+  gray->LUTLength = 256;
+  vxkrn_test::sweep_allocation_failures(kBothHeaps, [&](unsigned) {
+    BitmapHandle dup;
+    const ResultCode rc = V_DupBitmapNewDim(&dup, gray.get(), BITMAPHANDLE_SIZE, 30, 20, 8, 63);
+    vxkrn_test::stop_failing();
+    if (rc == RC_SUCCESS) {
+      EXPECT_EQ(dup.LUTLength, 256u);
+      V_FreeDuplicateBitmap(&dup, 63);
+    } else {
+      EXPECT_EQ(rc, RC_NO_MEMORY);
+    }
+  });
+}
+
 }  // namespace

@@ -62,8 +62,9 @@ VXKRN_API ResultCode V_CopyBitmapData(BitmapHandle *destination, BitmapHandle *s
  * when the callback stopped the copy (the partly copied bitmap then takes the
  * source's place). A rectangle that misses the source gives a blank bitmap
  * (in place: the source is left as it was).
- * Returns 1; -13 a null or unallocated source; -789; -1 no memory; the codes
- * of duplication, allocation and the row functions; a callback's result. */
+ * Returns 1; -13 a null or unallocated source, or a negative width or
+ * height; -11 a zero width or height; -789; -1 no memory; the codes of
+ * duplication, allocation and the row functions; a callback's result. */
 VXKRN_API ResultCode V_CopyBitmapRect(BitmapHandle *destination, BitmapHandle *source,
                                       uint32_t struct_size, int32_t left, int32_t top,
                                       int32_t width, int32_t height);
@@ -75,7 +76,7 @@ VXKRN_API ResultCode V_CopyBitmapRect2(BitmapHandle *destination, BitmapHandle *
 
 /* Keep only the rectangle, clipped to the bitmap, in place.
  * Returns 1; -13 null or unallocated; -789; -11 when the clipped width or
- * height is negative; the codes of V_CopyBitmapRect. */
+ * height is negative or 0; the codes of V_CopyBitmapRect. */
 VXKRN_API ResultCode V_TrimBitmap(BitmapHandle *bitmap, int32_t left, int32_t top, int32_t width,
                                   int32_t height);
 

@@ -14,6 +14,7 @@
 #include "vxkrn/rows.h"
 
 using namespace vxkrn::core;
+using vxkrn::transform::addressable;
 
 namespace {
 
@@ -26,12 +27,6 @@ ResultCode check_copy(const BitmapHandle *destination, const BitmapHandle *sourc
   VXKRN_TRY(check_handle(source, RC_INVALID_PARAMETER));
   VXKRN_TRY(check_struct_size(struct_size));
   return check_allocated(source, RC_INVALID_PARAMETER);
-}
-
-// Rows of two bitmaps whose pixels are both addressable in memory.
-bool addressable(const BitmapHandle &b) {
-  const StorageKind kind = storage_kind(b);
-  return (kind == StorageKind::Memory || kind == StorageKind::User) && b.Data;
 }
 
 // Copy rows 0 .. Height - 1 through `step(row)`, reporting progress.

@@ -6,7 +6,10 @@
 #include "core/checks.h"
 #include "core/pixel_layout.h"
 #include "core/progress.h"
+#include "core/row_io.h"
 #include "platform/heap.h"
+#include "transform/bit_stream.h"
+#include "transform/copy_internal.h"
 #include "vxkrn/bitmap.h"
 #include "vxkrn/copy.h"
 #include "vxkrn/rows.h"
@@ -29,32 +32,13 @@ uint32_t bytes_for(uint64_t bits) {
   return static_cast<uint32_t>((bits + 7) / 8);
 }
 
-// Move a most-significant-bit-first stream of `bytes` bytes by `shift` bits:
-// positive towards the start (each byte takes the high bits of its
-// successor, zeros come in at the end), negative towards the end.
-void shift_bits(uint8_t *row, uint32_t bytes, int shift) {
-  if (shift > 0) {
-    for (uint32_t i = 0; i < bytes; ++i) {
-      const uint32_t next = i + 1 < bytes ? row[i + 1] : 0;
-      row[i] = static_cast<uint8_t>(row[i] << shift | next >> (8 - shift));
-    }
-  } else if (shift < 0) {
-    const int s = -shift;
-    for (uint32_t i = bytes; i-- > 0;) {
-      const uint32_t previous = i > 0 ? row[i - 1] : 0;
-      row[i] = static_cast<uint8_t>(row[i] >> s | previous << (8 - s));
-    }
-  }
-}
-
-// 12-bit pixels read from byte `from` nibble offset moved to `to`: pixel by
-// pixel, since the low nibble of a pair's middle byte belongs to the first.
-void shift_gray12(uint8_t *row, uint8_t *scratch, uint32_t bytes, uint32_t from, uint32_t to,
+// 12-bit pixels at nibble offset `from` copied to nibble offset `to`: pixel
+// by pixel, since the low nibble of a pair's middle byte belongs to the first.
+void shift_gray12(const uint8_t *in, uint8_t *out, uint32_t bytes, uint32_t from, uint32_t to,
                   uint64_t pixels) {
-  std::memset(scratch, 0, bytes);
+  std::memset(out, 0, bytes);
   for (uint64_t p = 0; p < pixels; ++p)
-    set_packed_pixel(scratch, to + 12 * p, 12, get_packed_pixel(row, from + 12 * p, 12));
-  std::memcpy(row, scratch, bytes);
+    set_packed_pixel(out, to + 12 * p, 12, get_packed_pixel(in, from + 12 * p, 12));
 }
 
 // Clear the bits after the copied pixels in the last byte written: they
@@ -70,21 +54,52 @@ struct Rect {
   int64_t first_column, end_column, first_row, end_row;
 };
 
+// How the overlap's rows move: `read` bytes from the source column, moved
+// from bit offset `from` to `to`, `write` bytes at the result column.
+struct Geometry {
+  int32_t bits;
+  uint64_t columns, used;
+  uint32_t from, to, read, write;
+};
+
+Geometry geometry_of(int32_t bits, const Rect &r, int32_t left) {
+  Geometry g{};
+  g.bits = bits;
+  g.columns = static_cast<uint64_t>(r.end_column - r.first_column);
+  g.used = static_cast<uint64_t>(bits) * g.columns;
+  g.from = bit_offset(bits, r.first_column);
+  g.to = bit_offset(bits, r.first_column - left);
+  g.read = bytes_for(g.from + g.used);
+  g.write = bytes_for(g.to + g.used);
+  return g;
+}
+
+// One row's pixels from `in` into `out`, which must not overlap.
+void realign(const uint8_t *in, uint8_t *out, const Geometry &g) {
+  if (g.from == g.to)
+    std::memcpy(out, in, g.write);
+  else if (g.bits == 12)
+    shift_gray12(in, out, g.write, g.from, g.to, g.columns);
+  else
+    vxkrn::transform::shift_stream(in, g.read, out, g.write,
+                                   static_cast<int>(g.from) - static_cast<int>(g.to));
+  clear_tail(out, g.write, g.to + g.used, g.bits);
+}
+
 // Copy the overlap rows of `source` into `result`. `stopped` tells a
 // callback's stop apart from a failure.
 ResultCode copy_rows(BitmapHandle *result, BitmapHandle *source, int32_t left, int32_t top,
                      int32_t height, const Rect &r, bool *stopped) {
-  const int32_t bits = source->BitsPerPixel;
-  const uint64_t columns = static_cast<uint64_t>(r.end_column - r.first_column);
-  const uint32_t from = bit_offset(bits, r.first_column);
-  const uint32_t to = bit_offset(bits, r.first_column - left);
-  const uint64_t used = static_cast<uint64_t>(bits) * columns;
-  const uint32_t read = bytes_for(from + used), write = bytes_for(to + used);
-  const uint32_t size = read > write ? read : write;
-  vxkrn::platform::RuntimeBlock buffer(vxkrn::platform::rt_alloc(2 * size, true));
-  if (!buffer) return RC_NO_MEMORY;
-  auto *row = static_cast<uint8_t *>(buffer.get());
+  const Geometry g = geometry_of(source->BitsPerPixel, r, left);
   BitmapLock locked_source(source), locked_result(result);
+  // Both in memory: straight from row to row. Otherwise through two buffers.
+  const bool direct =
+      vxkrn::transform::addressable(*source) && vxkrn::transform::addressable(*result);
+  vxkrn::platform::RuntimeBlock buffer(
+      direct ? nullptr : vxkrn::platform::rt_alloc(uint64_t{g.read} + g.write, true));
+  if (!direct && !buffer) return RC_NO_MEMORY;
+  auto *in = static_cast<uint8_t *>(buffer.get());
+  uint8_t *out = direct ? nullptr : in + g.read;
   Progress progress = copy_progress(static_cast<uint32_t>(height));
   *stopped = true;
   VXKRN_TRY(progress.start());
@@ -92,19 +107,17 @@ ResultCode copy_rows(BitmapHandle *result, BitmapHandle *source, int32_t left, i
   const auto source_column = static_cast<int32_t>(r.first_column);
   const auto result_column = static_cast<int32_t>(r.first_column - left);
   for (int64_t y = r.first_row; y < r.end_row; ++y) {
-    std::memset(row, 0, size);
-    const int32_t got =
-        V_GetBitmapRowCol(source, row, static_cast<int32_t>(y), source_column, read);
-    if (got < 0) return got;
-    if (bits == 12 && from != to) {
-      shift_gray12(row, row + size, size, from, to, columns);
-    } else if (from != to) {
-      shift_bits(row, size, static_cast<int>(from) - static_cast<int>(to));
+    const auto source_row = static_cast<int32_t>(y), result_row = static_cast<int32_t>(y - top);
+    if (direct) {
+      realign(source->Data + pixel_offset(*source, source_row, source_column),
+              result->Data + pixel_offset(*result, result_row, result_column), g);
+    } else {
+      const int32_t got = V_GetBitmapRowCol(source, in, source_row, source_column, g.read);
+      if (got < 0) return got;
+      realign(in, out, g);
+      const int32_t put = V_PutBitmapRowCol(result, out, result_row, result_column, g.write);
+      if (put != static_cast<int32_t>(g.write)) return put < 0 ? put : RC_NO_MEMORY;
     }
-    clear_tail(row, write, to + used, bits);
-    const int32_t put =
-        V_PutBitmapRowCol(result, row, static_cast<int32_t>(y - top), result_column, write);
-    if (put != static_cast<int32_t>(write)) return put < 0 ? put : RC_NO_MEMORY;
     *stopped = true;
     VXKRN_TRY(progress.row_done());
     *stopped = false;

@@ -2,6 +2,7 @@
 // makes, inheriting the source's attributes, and its release.
 #include <cstring>
 
+#include "core/bitmap_core.h"
 #include "core/checks.h"
 #include "platform/heap.h"
 #include "transform/copy_internal.h"
@@ -18,6 +19,11 @@ int32_t storage_type_of(const BitmapHandle &source) {
   if (source.Flags & FLAG_SUPER_COMPRESSED) return MEM_SUPER;
   if (source.Flags & FLAG_DISK) return MEM_TEMP_FILE;
   return MEM_CONVENTIONAL;
+}
+
+bool addressable(const BitmapHandle &bitmap) {
+  const StorageKind kind = storage_kind(bitmap);
+  return (kind == StorageKind::Memory || kind == StorageKind::User) && bitmap.Data;
 }
 
 void copy_map_table(BitmapHandle &destination, const BitmapHandle &source) {
