@@ -10,8 +10,7 @@ class BitmapAccess : public vxkrn_test::LeakCheckedTest {
  protected:
   void SetUp() override {
     LeakCheckedTest::SetUp();
-    ASSERT_EQ(V_InitBitmap(bm.get(), BITMAPHANDLE_SIZE, 20, 20, 8), RC_SUCCESS);
-    ASSERT_EQ(V_AllocateBitmap(bm.get(), MEM_CONVENTIONAL), RC_SUCCESS);
+    vxkrn_test::make_bitmap(bm.bm, 20, 20, 8, MEM_CONVENTIONAL);
   }
   void TearDown() override {
     V_FreeBitmap(bm.get());

@@ -12,8 +12,8 @@ using vxkrn_test::same_bytes;
 
 class BitmapAlloc : public vxkrn_test::TempDirTest {};
 
-// What each memory type gives. Compressed and super-compressed storage are
-// not built yet and fail with -1.
+// What each memory type gives. Super-compressed storage is not built yet
+// and fails with -1.
 struct TypeCase {
   int32_t type;
   int bits;
@@ -38,10 +38,8 @@ TEST_F(BitmapAlloc, MemoryTypesResolveByDepth) {
     OwnedBitmap bm;
     ASSERT_EQ(V_InitBitmap(bm.get(), BITMAPHANDLE_SIZE, 33, 7, c.bits), RC_SUCCESS);
     EXPECT_EQ(V_AllocateBitmap(bm.get(), c.type), c.rc);
-    int32_t info = 0;
     if (c.rc == RC_SUCCESS) {
-      ASSERT_EQ(V_GetBitmapMemoryInfo(bm.get(), &info, nullptr, nullptr), RC_SUCCESS);
-      EXPECT_EQ(info, c.info);
+      EXPECT_EQ(vxkrn_test::memory_info(bm.bm), c.info);
     } else {
       EXPECT_EQ(bm->Flags & FLAG_ALLOCATED, 0u);
       EXPECT_EQ(bm->MapTable, nullptr);
@@ -116,10 +114,9 @@ TEST_F(BitmapAlloc, EveryAllocationFailureIsReportedAndLeaksNothing) {
       // Type 1 survives a missing block (its second allocation) on disk.
       const bool falls_back = type == MEM_CONVENTIONAL && nth == 2;
       if (nth == 0 || falls_back) {
-        int32_t info = 0;
         EXPECT_EQ(rc, RC_SUCCESS);
-        V_GetBitmapMemoryInfo(&bm, &info, nullptr, nullptr);
-        EXPECT_EQ(info, falls_back || type == MEM_DISK ? MEM_INFO_DISK : MEM_INFO_MEMORY);
+        EXPECT_EQ(vxkrn_test::memory_info(bm),
+                  falls_back || type == MEM_DISK ? MEM_INFO_DISK : MEM_INFO_MEMORY);
       } else {
         EXPECT_EQ(rc, RC_NO_MEMORY);
         EXPECT_TRUE(same_bytes(bm, expected));
@@ -191,8 +188,7 @@ TEST_F(BitmapAlloc, ChangeHeightChecksInOrder) {
 
 TEST_F(BitmapAlloc, ChangeHeightKeepsRowsAndCountsTheOffset) {
   OwnedBitmap bm;
-  ASSERT_EQ(V_InitBitmap(bm.get(), BITMAPHANDLE_SIZE, 100, 50, 24), RC_SUCCESS);
-  ASSERT_EQ(V_AllocateBitmap(bm.get(), MEM_CONVENTIONAL), RC_SUCCESS);
+  vxkrn_test::make_bitmap(bm.bm, 100, 50, 24, MEM_CONVENTIONAL);
   const uint32_t stride = static_cast<uint32_t>(bm->BytesPerLine);
   V_AccessBitmap(bm.get());
   for (uint32_t i = 0; i < stride * 50; ++i)
@@ -215,8 +211,7 @@ TEST_F(BitmapAlloc, ChangeHeightKeepsRowsAndCountsTheOffset) {
 
 TEST_F(BitmapAlloc, ChangeHeightFailureLeavesTheRecord) {
   OwnedBitmap bm;
-  ASSERT_EQ(V_InitBitmap(bm.get(), BITMAPHANDLE_SIZE, 16, 16, 8), RC_SUCCESS);
-  ASSERT_EQ(V_AllocateBitmap(bm.get(), MEM_CONVENTIONAL), RC_SUCCESS);
+  vxkrn_test::make_bitmap(bm.bm, 16, 16, 8, MEM_CONVENTIONAL);
   const BitmapHandle before = bm.bm;
   vxkrn::testing::fail_nth_allocation(1, kBothHeaps);
   EXPECT_EQ(V_ChangeBitmapHeight(bm.get(), 400), RC_NO_MEMORY);

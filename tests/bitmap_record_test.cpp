@@ -79,7 +79,6 @@ TEST(InitBitmap, EmptyRecordHasOnlyItsSize) {
   BitmapHandle expected{};
   expected.StructSize = BITMAPHANDLE_SIZE;
   EXPECT_TRUE(same_bytes(bm, expected));
-  EXPECT_EQ(bm.ViewPerspective, 0);
 }
 
 TEST(InitBitmap, EnforcesTheSizeCap) {

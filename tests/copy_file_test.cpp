@@ -9,19 +9,6 @@ namespace {
 
 class CopyFile : public vxkrn_test::TempDirTest {
  protected:
-  std::wstring path(const char *name) const {
-    const std::string full = dir_ + name;
-    return std::wstring(full.begin(), full.end());
-  }
-  void write_file(const char *name, const std::string &text) const {
-    const int32_t file = V_OsCreat(path(name).c_str(), 0);
-    ASSERT_GE(file, 0);
-    const auto size = static_cast<uint32_t>(text.size());
-    if (size) {
-      ASSERT_EQ(V_OsWriteBig(file, text.data(), size, nullptr), int64_t{size});
-    }
-    V_OsClose(file, nullptr);
-  }
   std::string read_file(const char *name) const {
     std::string text(static_cast<size_t>(vxkrn_test::file_size(dir_ + name)), '\0');
     const int32_t file = V_OsOpen(path(name).c_str(), OPEN_READ, 0, nullptr);
@@ -35,13 +22,13 @@ TEST_F(CopyFile, CopiesAndRespectsAnExistingDestination) {
   std::string text;
   for (int i = 0; i < 700; ++i)
     text += "line " + std::to_string(i) + "\n";  // several chunks
-  write_file("src", text);
+  make_file("src", text);
   EXPECT_EQ(V_CopyFile(path("src").c_str(), path("dst").c_str(), 1), 1);
   EXPECT_EQ(read_file("dst"), text);
   errno = 0;
   EXPECT_EQ(V_CopyFile(path("src").c_str(), path("dst").c_str(), 1), 0);
   EXPECT_EQ(errno, EEXIST);
-  write_file("empty", "");
+  make_file("empty", "");
   EXPECT_EQ(V_CopyFile(path("empty").c_str(), path("dst").c_str(), 0), 1) << "replaces";
   EXPECT_EQ(vxkrn_test::file_size(dir_ + "dst"), 0);
   EXPECT_EQ(V_CopyFile(path("missing").c_str(), path("other").c_str(), 0), 0);
@@ -51,7 +38,7 @@ TEST_F(CopyFile, CopiesAndRespectsAnExistingDestination) {
 }
 
 TEST_F(CopyFile, OnlyTheDestinationIsRedirected) {
-  write_file("src", "from the disk");
+  make_file("src", "from the disk");
   // Reads and writes both go to an empty block: the copy still reads the
   // disk file, and only its writes land in the block.
   void *context;

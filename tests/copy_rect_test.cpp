@@ -7,55 +7,15 @@
 
 namespace {
 
+using vxkrn_test::get_pixel;
+using vxkrn_test::make_bitmap;
 using vxkrn_test::OwnedBitmap;
 using vxkrn_test::random_rows;
 using vxkrn_test::read_rows;
+using vxkrn_test::set_pixel;
 using vxkrn_test::write_rows;
 
 const int32_t kDepths[] = {1, 2, 3, 4, 5, 6, 7, 8, 12, 16, 24, 32, 48, 64};
-
-// Pixels as the row layout defines them: 12-bit pairs in three bytes (the
-// first pixel in byte 0 and the low nibble of byte 1), lower depths as a
-// bit stream from the most significant bit, the rest whole bytes.
-uint64_t get_pixel(const uint8_t *row, int32_t bits, int64_t x) {
-  if (bits == 12) {
-    const uint8_t *pair = row + 3 * (x / 2);
-    return x % 2 == 0 ? pair[0] | (pair[1] & 0x0Fu) << 8 : (pair[1] >> 4) | pair[2] << 4;
-  }
-  if (bits < 8) {
-    uint64_t value = 0;
-    for (int64_t bit = x * bits; bit < (x + 1) * bits; ++bit)
-      value = value << 1 | ((row[bit / 8] >> (7 - bit % 8)) & 1);
-    return value;
-  }
-  uint64_t value = 0;
-  for (int k = 0; k < bits / 8; ++k)
-    value |= uint64_t{row[x * (bits / 8) + k]} << (8 * k);
-  return value;
-}
-
-void set_pixel(uint8_t *row, int32_t bits, int64_t x, uint64_t value) {
-  if (bits == 12) {
-    uint8_t *pair = row + 3 * (x / 2);
-    if (x % 2 == 0) {
-      pair[0] = static_cast<uint8_t>(value);
-      pair[1] = static_cast<uint8_t>((pair[1] & 0xF0) | (value >> 8));
-    } else {
-      pair[1] = static_cast<uint8_t>((pair[1] & 0x0F) | (value & 0x0F) << 4);
-      pair[2] = static_cast<uint8_t>(value >> 4);
-    }
-    return;
-  }
-  if (bits < 8) {
-    for (int64_t bit = (x + 1) * bits - 1; bit >= x * bits; --bit, value >>= 1) {
-      const auto mask = static_cast<uint8_t>(0x80 >> (bit % 8));
-      row[bit / 8] = static_cast<uint8_t>(value & 1 ? row[bit / 8] | mask : row[bit / 8] & ~mask);
-    }
-    return;
-  }
-  for (int k = 0; k < bits / 8; ++k)
-    row[x * (bits / 8) + k] = static_cast<uint8_t>(value >> (8 * k));
-}
 
 struct Rect {
   int32_t left, top, width, height;
@@ -77,12 +37,6 @@ std::vector<uint8_t> reference(const std::vector<uint8_t> &source, int32_t sourc
   return out;
 }
 
-void make(BitmapHandle &bm, int32_t width, int32_t height, int32_t bits, int32_t type) {
-  ASSERT_EQ(V_InitBitmap(&bm, BITMAPHANDLE_SIZE, width, height, bits), RC_SUCCESS);
-  if (bits == 12) bm.Order = ORDER_GRAY;
-  ASSERT_EQ(V_AllocateBitmap(&bm, type), RC_SUCCESS);
-}
-
 class CopyRect : public vxkrn_test::TempDirTest {};
 
 TEST_F(CopyRect, MatchesThePixelReferenceAtEveryDepth) {
@@ -102,7 +56,7 @@ TEST_F(CopyRect, MatchesThePixelReferenceAtEveryDepth) {
                    << bits << " bits, " << w << "x" << h << " source, rect " << r.left << ","
                    << r.top << " " << r.width << "x" << r.height << ", type " << type);
       OwnedBitmap source, result;
-      make(source.bm, w, h, bits, type);
+      make_bitmap(source.bm, w, h, bits, type);
       const std::vector<uint8_t> pixels = random_rows(source.bm, uint32_t(trial));
       write_rows(source.bm, pixels);
       const ResultCode rc = trial % 2
@@ -122,7 +76,7 @@ TEST_F(CopyRect, MatchesThePixelReferenceAtEveryDepth) {
 TEST_F(CopyRect, APageSizedUnalignedStripMatchesTheReference) {
   for (int32_t bits : {1, 4, 12}) {
     OwnedBitmap source, result;
-    make(source.bm, 2000, 3, bits, MEM_NO_DISK);
+    make_bitmap(source.bm, 2000, 3, bits, MEM_NO_DISK);
     const std::vector<uint8_t> pixels = random_rows(source.bm, 11);
     write_rows(source.bm, pixels);
     for (int32_t left : {1, 3, 5, 7, 13, -1, -3, -6}) {
@@ -136,26 +90,22 @@ TEST_F(CopyRect, APageSizedUnalignedStripMatchesTheReference) {
   }
 }
 
-TEST_F(CopyRect, ARectangleThatMissesTheSourceIsBlank) {
-  OwnedBitmap source, result;
-  make(source.bm, 10, 10, 8, MEM_NO_DISK);
-  write_rows(source.bm, random_rows(source.bm, 2));
-  ASSERT_EQ(V_CopyBitmapRect(result.get(), source.get(), BITMAPHANDLE_SIZE, 50, -3, 6, 4),
-            RC_SUCCESS);
-  EXPECT_EQ(result->Width, 6);
-  EXPECT_EQ(read_rows(result.bm), std::vector<uint8_t>(size_t(result->BytesPerLine) * 4, 0));
-
-  // In place the source stays as it was, and nothing is left over.
-  const std::vector<uint8_t> before = read_rows(source.bm);
+// In place, a rectangle that misses the source leaves it as it was, and
+// nothing is left over.
+TEST_F(CopyRect, ARectangleThatMissesTheSourceLeavesItInPlace) {
+  OwnedBitmap source;
+  make_bitmap(source.bm, 10, 10, 8, MEM_NO_DISK);
+  const std::vector<uint8_t> pixels = random_rows(source.bm, 2);
+  write_rows(source.bm, pixels);
   ASSERT_EQ(V_CopyBitmapRect(nullptr, source.get(), BITMAPHANDLE_SIZE, -20, 0, 5, 5), RC_SUCCESS);
   EXPECT_EQ(source->Width, 10);
-  EXPECT_EQ(read_rows(source.bm), before);
+  EXPECT_EQ(read_rows(source.bm), pixels);
 }
 
 TEST_F(CopyRect, TrimKeepsTheClippedRectangleInPlace) {
   for (int32_t type : {MEM_NO_DISK, MEM_TEMP_FILE, MEM_COMPRESSED}) {
     OwnedBitmap bm;
-    make(bm.bm, 61, 17, 1, type);
+    make_bitmap(bm.bm, 61, 17, 1, type);
     const std::vector<uint8_t> pixels = random_rows(bm.bm, 3);
     write_rows(bm.bm, pixels);
     ASSERT_EQ(V_TrimBitmap(bm.get(), -4, 5, 30, 100), RC_SUCCESS);
@@ -177,7 +127,7 @@ ResultCode stop_at_third(int32_t percent, void *user) {
 
 TEST_F(CopyRect, AnAbortedTrimStillTakesThePartlyCopiedBitmap) {
   OwnedBitmap bm;
-  make(bm.bm, 20, 10, 8, MEM_NO_DISK);
+  make_bitmap(bm.bm, 20, 10, 8, MEM_NO_DISK);
   const std::vector<uint8_t> pixels = random_rows(bm.bm, 4);
   write_rows(bm.bm, pixels);
   int calls = 0;
@@ -194,7 +144,7 @@ TEST_F(CopyRect, AnAbortedTrimStillTakesThePartlyCopiedBitmap) {
 
 TEST_F(CopyRect, AFailedCopyLeavesTheSourceAndNoStorage) {
   OwnedBitmap source;
-  make(source.bm, 33, 6, 4, MEM_NO_DISK);
+  make_bitmap(source.bm, 33, 6, 4, MEM_NO_DISK);
   const std::vector<uint8_t> pixels = random_rows(source.bm, 6);
   write_rows(source.bm, pixels);
   vxkrn_test::sweep_allocation_failures(vxkrn_test::kBothHeaps, [&](unsigned) {
@@ -212,7 +162,7 @@ TEST_F(CopyRect, AFailedCopyLeavesTheSourceAndNoStorage) {
       EXPECT_EQ(read_rows(source.bm), reference(pixels, 33, 6, 4, Rect{1, 1, 31, 4}));
       // Back to the original for the next round.
       V_FreeBitmap(source.get());
-      make(source.bm, 33, 6, 4, MEM_NO_DISK);
+      make_bitmap(source.bm, 33, 6, 4, MEM_NO_DISK);
       write_rows(source.bm, pixels);
     } else {
       EXPECT_EQ(rc, RC_NO_MEMORY);
@@ -223,7 +173,7 @@ TEST_F(CopyRect, AFailedCopyLeavesTheSourceAndNoStorage) {
 
 TEST_F(CopyRect, BadArgumentsGiveTheirCodes) {
   OwnedBitmap good, unallocated, out;
-  make(good.bm, 8, 8, 8, MEM_NO_DISK);
+  make_bitmap(good.bm, 8, 8, 8, MEM_NO_DISK);
   ASSERT_EQ(V_InitBitmap(unallocated.get(), BITMAPHANDLE_SIZE, 8, 8, 8), RC_SUCCESS);
   const uint32_t S = BITMAPHANDLE_SIZE;
   struct Case {

@@ -8,6 +8,7 @@
 namespace {
 
 using vxkrn_test::kBothHeaps;
+using vxkrn_test::memory_info;
 using vxkrn_test::OwnedBitmap;
 using vxkrn_test::random_rows;
 using vxkrn_test::read_rows;
@@ -15,37 +16,22 @@ using vxkrn_test::write_rows;
 
 enum class Kind { Memory, Disk, Compressed };
 
-int32_t memory_type(Kind kind) {
-  switch (kind) {
-    case Kind::Memory:
-      return MEM_NO_DISK;
-    case Kind::Disk:
-      return MEM_TEMP_FILE;
-    default:
-      return MEM_COMPRESSED;
-  }
-}
+// What each kind is asked for with, and what V_GetBitmapMemoryInfo reports.
+const struct {
+  int32_t type, info;
+} kStorage[] = {{MEM_NO_DISK, MEM_INFO_MEMORY},
+                {MEM_TEMP_FILE, MEM_INFO_DISK},
+                {MEM_COMPRESSED, MEM_INFO_COMPRESSED}};
 
-int32_t info_code(Kind kind) {
-  switch (kind) {
-    case Kind::Memory:
-      return MEM_INFO_MEMORY;
-    case Kind::Disk:
-      return MEM_INFO_DISK;
-    default:
-      return MEM_INFO_COMPRESSED;
-  }
+int32_t type_of(Kind kind) {
+  return kStorage[static_cast<int>(kind)].type;
 }
-
-int32_t info_of(const BitmapHandle &bm) {
-  int32_t code = 0;
-  EXPECT_EQ(V_GetBitmapMemoryInfo(&bm, &code, nullptr, nullptr), RC_SUCCESS);
-  return code;
+int32_t info_of(Kind kind) {
+  return kStorage[static_cast<int>(kind)].info;
 }
 
 void make(BitmapHandle &bm, int32_t width, int32_t height, int32_t bits, Kind kind) {
-  ASSERT_EQ(V_InitBitmap(&bm, BITMAPHANDLE_SIZE, width, height, bits), RC_SUCCESS);
-  ASSERT_EQ(V_AllocateBitmap(&bm, memory_type(kind)), RC_SUCCESS);
+  vxkrn_test::make_bitmap(bm, width, height, bits, type_of(kind));
 }
 
 // Records every percent the copy callback sees and answers `stop_code` at
@@ -88,9 +74,12 @@ struct KindPair {
 
 class CopyKinds : public vxkrn_test::TempDirTest, public ::testing::WithParamInterface<KindPair> {};
 
-TEST_P(CopyKinds, CopyBitmap2GivesTheSamePixelsInTheChosenStorage) {
+// V_CopyBitmap2 into the chosen storage, V_CopyBitmap into the source's.
+// Compressed copies stay compressed: at this width the records are smaller
+// than plain rows.
+TEST_P(CopyKinds, CopiesGiveTheSamePixelsInTheirStorage) {
   const KindPair p = GetParam();
-  OwnedBitmap source, copy;
+  OwnedBitmap source, copy, same_kind;
   make(source.bm, 77, 23, p.bits, p.from);
   std::vector<PaletteEntry> palette(16, PaletteEntry{1, 2, 3, 0});
   if (p.bits <= 4) {
@@ -98,29 +87,20 @@ TEST_P(CopyKinds, CopyBitmap2GivesTheSamePixelsInTheChosenStorage) {
   }
   const std::vector<uint8_t> pixels = random_rows(source.bm, 7);
   write_rows(source.bm, pixels);
-  ASSERT_EQ(V_CopyBitmap2(copy.get(), source.get(), memory_type(p.to), BITMAPHANDLE_SIZE),
-            RC_SUCCESS);
-  EXPECT_EQ(info_of(copy.bm), info_code(p.to));
+  ASSERT_EQ(V_CopyBitmap2(copy.get(), source.get(), type_of(p.to), BITMAPHANDLE_SIZE), RC_SUCCESS);
+  EXPECT_EQ(memory_info(copy.bm), info_of(p.to));
   EXPECT_EQ(read_rows(copy.bm), pixels);
   if (source->Palette) {
     ASSERT_NE(copy->Palette, source->Palette);
     EXPECT_EQ(copy->Palette[1].Red, 3);
   }
-  EXPECT_EQ(read_rows(source.bm), pixels);
-}
-
-TEST_P(CopyKinds, CopyBitmapKeepsTheSourceKind) {
-  const KindPair p = GetParam();
-  OwnedBitmap source, copy;
-  make(source.bm, 400, 9, p.bits, p.from);
-  const std::vector<uint8_t> pixels = random_rows(source.bm, 8);
-  write_rows(source.bm, pixels);
-  ASSERT_EQ(V_CopyBitmap(copy.get(), source.get(), BITMAPHANDLE_SIZE), RC_SUCCESS);
-  EXPECT_EQ(info_of(copy.bm), info_code(p.from));
-  EXPECT_EQ(read_rows(copy.bm), pixels);
+  ASSERT_EQ(V_CopyBitmap(same_kind.get(), source.get(), BITMAPHANDLE_SIZE), RC_SUCCESS);
+  EXPECT_EQ(memory_info(same_kind.bm), info_of(p.from));
+  EXPECT_EQ(read_rows(same_kind.bm), pixels);
   if (p.from == Kind::Compressed) {
-    EXPECT_EQ(copy->Size, source->Size);
+    EXPECT_EQ(same_kind->Size, source->Size);
   }
+  EXPECT_EQ(read_rows(source.bm), pixels);
 }
 
 std::vector<KindPair> kind_pairs() {
@@ -174,7 +154,6 @@ TEST_F(Copy, ProgressFollowsTheRuleForEveryRowCount) {
     CopyCallback installed(recorder);
     ASSERT_EQ(V_CopyBitmapData(b.get(), a.get()), RC_SUCCESS);
     EXPECT_EQ(recorder.seen, expected_percents(rows));
-    EXPECT_EQ(recorder.seen.back(), 100);
   }
 }
 
@@ -226,9 +205,7 @@ class Dup : public vxkrn_test::LeakCheckedTest, public ::testing::WithParamInter
 TEST_P(Dup, InheritsTheSourcesAttributes) {
   const uint32_t options = GetParam().options;
   OwnedBitmap source;
-  ASSERT_EQ(V_InitBitmap(source.get(), BITMAPHANDLE_SIZE, 30, 20, 12), RC_SUCCESS);
-  source->Order = ORDER_GRAY;
-  ASSERT_EQ(V_AllocateBitmap(source.get(), MEM_NO_DISK), RC_SUCCESS);
+  make(source.bm, 30, 20, 12, Kind::Memory);  // gray, as 12-bit bitmaps start
   std::vector<PaletteEntry> palette(16, PaletteEntry{0, 0, 0, 0});
   palette[15].Red = 255;
   ASSERT_EQ(V_SetBitmapNewPalette(source.get(), palette.data(), 16), RC_SUCCESS);
@@ -337,7 +314,6 @@ TEST_F(Copy, EveryAllocationFailureIsReportedAndLeavesNothing) {
     SCOPED_TRACE(::testing::Message() << c.bits << "-bit to type " << c.to);
     OwnedBitmap source;
     make(source.bm, 300, 12, c.bits, c.from);
-    if (c.bits == 12) source->Order = ORDER_GRAY;
     const std::vector<uint8_t> pixels = random_rows(source.bm, 5);
     write_rows(source.bm, pixels);
     vxkrn_test::sweep_allocation_failures(kBothHeaps, [&](unsigned) {
@@ -373,9 +349,8 @@ TEST_F(Copy, DataCopiesAndDuplicatesReportAllocationFailures) {
   });
 
   OwnedBitmap gray;
-  ASSERT_EQ(V_InitBitmap(gray.get(), BITMAPHANDLE_SIZE, 30, 20, 8), RC_SUCCESS);
+  make(gray.bm, 30, 20, 8, Kind::Memory);
   gray->Order = ORDER_GRAY;
-  ASSERT_EQ(V_AllocateBitmap(gray.get(), MEM_NO_DISK), RC_SUCCESS);
   std::vector<PaletteEntry> palette(256, PaletteEntry{9, 9, 9, 0});
   ASSERT_EQ(V_SetBitmapNewPalette(gray.get(), palette.data(), 256), RC_SUCCESS);
   gray->LUT = static_cast<PaletteEntry *>(vxkrn::platform::sys_alloc(256 * sizeof(PaletteEntry)));

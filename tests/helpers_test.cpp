@@ -17,10 +17,6 @@ TEST(Trig, MatchesRoundedSineAndCosineEverywhere) {
     ASSERT_EQ(V_SinValue(angle), std::lround(exact_sine(angle))) << angle;
     ASSERT_EQ(V_CosValue(angle), std::lround(exact_sine(angle + 9000))) << angle;
   }
-  EXPECT_EQ(V_SinValue(3000), 8192);
-  EXPECT_EQ(V_SinValue(4500), 11585);
-  EXPECT_EQ(V_CosValue(18000), -16384);
-  EXPECT_EQ(V_SinValue(27000), -16384);
   for (int outside : {-1, 36001, -36000, 1 << 30}) {
     EXPECT_EQ(V_SinValue(outside), 0);
     EXPECT_EQ(V_CosValue(outside), 0);

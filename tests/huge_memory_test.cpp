@@ -1,7 +1,6 @@
 // Large blocks on both paths: plain heap blocks, mapped sections with a
 // moving view, the temporary-file fallback, and failures at every step.
 #include <dirent.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -180,9 +179,8 @@ TEST_F(HugeMemoryTest, BytesSurviveViewMovesAndZeroing) {
 
 TEST_F(HugeMemoryTest, NoSectionOrNoViewGivesNull) {
   // A temporary directory too deep to hold a temporary name.
-  const std::string deep_name(240 - dir_.size(), 'd');
-  ASSERT_EQ(mkdir((dir_ + deep_name).c_str(), 0700), 0);
-  const std::wstring deep = wdir_ + std::wstring(deep_name.begin(), deep_name.end()) + L"/";
+  const std::string deep_name = make_too_deep_directory();
+  const std::wstring deep = path(deep_name) + L"/";
   const struct {
     bool no_shared_memory, no_temp_name;
     size_t view_limit;
@@ -195,7 +193,7 @@ TEST_F(HugeMemoryTest, NoSectionOrNoViewGivesNull) {
     EXPECT_EQ(leftover_files(), std::vector<std::string>{deep_name}) << (&c - cases);
   }
   use_directory();
-  rmdir((dir_ + deep_name).c_str());
+  remove(deep_name);
 }
 
 TEST_F(HugeMemoryTest, EveryAllocationFailingInTurn) {

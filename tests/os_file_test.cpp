@@ -1,10 +1,5 @@
 // The primitive file operations, temporary names and the registry that
 // deletes registered files when they are closed.
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <atomic>
-#include <cerrno>
 #include <set>
 #include <string>
 #include <thread>
@@ -18,21 +13,7 @@ namespace {
 
 using vxkrn_test::file_size;
 
-class OsFile : public vxkrn_test::TempDirTest {
- protected:
-  std::wstring path(const char *name) const {
-    const std::string full = dir_ + name;
-    return std::wstring(full.begin(), full.end());
-  }
-  // A file holding `text`, made outside the library.
-  void make_file(const char *name, const std::string &text) const {
-    const int fd = ::open((dir_ + name).c_str(), O_CREAT | O_TRUNC | O_WRONLY, 0600);
-    ASSERT_GE(fd, 0);
-    ASSERT_EQ(::write(fd, text.data(), text.size()), static_cast<ssize_t>(text.size()));
-    ::close(fd);
-  }
-  void remove(const char *name) const { ::unlink((dir_ + name).c_str()); }
-};
+class OsFile : public vxkrn_test::TempDirTest {};
 
 TEST_F(OsFile, OpenFlagsFollowTheirTable) {
   const struct {
@@ -163,12 +144,11 @@ TEST_F(OsFile, TempNamesAreUniqueEmptyAndUnregistered) {
   EXPECT_EQ(unique.size(), 200u);
 
   // A directory the library accepts, but too long to hold a name.
-  const std::wstring too_deep = wdir_ + std::wstring(240 - wdir_.size(), L'd') + L"/";
-  ASSERT_EQ(::mkdir(vxkrn_test::narrow(too_deep).c_str(), 0700), 0);
-  ASSERT_EQ(V_SetTempDirectory(too_deep.c_str()), RC_SUCCESS);
+  const std::string too_deep = make_too_deep_directory();
+  ASSERT_EQ(V_SetTempDirectory((path(too_deep) + L"/").c_str()), RC_SUCCESS);
   EXPECT_EQ(V_OsGetTempName(name), RC_NO_MEMORY) << "the path would not fit";
   use_directory();
-  ::rmdir(vxkrn_test::narrow(too_deep).c_str());
+  remove(too_deep);
 }
 
 TEST_F(OsFile, RegistryDeletesExactlyTheRegisteredFiles) {
@@ -178,10 +158,9 @@ TEST_F(OsFile, RegistryDeletesExactlyTheRegisteredFiles) {
       use_directory();
       for (int i = 0; i < 25; ++i) {
         BitmapHandle bm;
-        V_InitBitmap(&bm, BITMAPHANDLE_SIZE, 64, 4, 8);
-        ASSERT_EQ(V_AllocateBitmap(&bm, MEM_DISK), RC_SUCCESS);
+        vxkrn_test::make_bitmap(bm, 64, 4, 8, MEM_DISK);
         if (i % 5 == 0) {  // an unregistered file beside the registered ones
-          const std::wstring keep = path(("keep" + std::to_string(t * 100 + i)).c_str());
+          const std::wstring keep = path("keep" + std::to_string(t * 100 + i));
           V_OsClose(V_OsCreat(keep.c_str(), 0), nullptr);
         }
         V_FreeBitmap(&bm);
@@ -200,8 +179,7 @@ TEST_F(OsFile, RegistryDeletesExactlyTheRegisteredFiles) {
 
 TEST_F(OsFile, WinCloseHandleHonoursTheRegistry) {
   BitmapHandle bm;
-  V_InitBitmap(&bm, BITMAPHANDLE_SIZE, 8, 8, 8);
-  ASSERT_EQ(V_AllocateBitmap(&bm, MEM_DISK), RC_SUCCESS);
+  vxkrn_test::make_bitmap(bm, 8, 8, 8, MEM_DISK);
   EXPECT_NE(V_WinCloseHandle(vxkrn::core::disk_file(bm), 42, L"here.c"), 0);
   EXPECT_TRUE(leftover_files().empty());
   EXPECT_EQ(V_WinCloseHandle(vxkrn::core::disk_file(bm), 43, nullptr), 0) << "already closed";

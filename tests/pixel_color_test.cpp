@@ -1,11 +1,12 @@
 // Pixels as colour values at every depth, on memory and disk storage:
 // round trips, agreement with the converter, and neighbours left alone.
-#include <random>
 #include <vector>
 
 #include "support/test_support.h"
 
 namespace {
+
+using vxkrn_test::read_image;
 
 struct Depth {
   int bits, order;
@@ -27,16 +28,7 @@ class PixelColor : public vxkrn_test::TempDirTest, public ::testing::WithParamIn
                              nullptr, 0),
               RC_SUCCESS);
     V_AccessBitmap(&bm);
-    std::vector<uint8_t> noise(bm.Size);
-    std::mt19937 random(static_cast<uint32_t>(d.bits * 10 + d.order));
-    for (uint8_t &b : noise)
-      b = static_cast<uint8_t>(random());
-    ASSERT_EQ(V_PutBitmapRow(&bm, noise.data(), 0, bm.Size), int32_t(bm.Size));
-  }
-  std::vector<uint8_t> image(const BitmapHandle &bm) {
-    std::vector<uint8_t> bytes(bm.Size);
-    V_GetBitmapRow(&bm, bytes.data(), 0, bm.Size);
-    return bytes;
+    vxkrn_test::fill_random_image(bm, static_cast<uint32_t>(d.bits * 10 + d.order));
   }
 };
 
@@ -45,7 +37,7 @@ TEST_P(PixelColor, WritingBackWhatWasReadChangesNothing) {
     SCOPED_TRACE(::testing::Message() << d.bits << " bits, order " << d.order);
     vxkrn_test::OwnedBitmap bm;
     make(bm.bm, d);
-    const std::vector<uint8_t> before = image(bm.bm);
+    const std::vector<uint8_t> before = read_image(bm.bm);
     for (int row = 0; row < 3; ++row) {
       for (int column = 0; column < 13; ++column) {
         const ColorValue color = V_GetPixelColor(bm.get(), row, column);
@@ -62,7 +54,7 @@ TEST_P(PixelColor, WritingBackWhatWasReadChangesNothing) {
       }
     }
     if (d.bytes_kept) {
-      EXPECT_EQ(image(bm.bm), before);
+      EXPECT_EQ(read_image(bm.bm), before);
     }
   }
 }
@@ -95,10 +87,10 @@ TEST_P(PixelColor, ColoursAgreeWithTheConverter) {
 TEST_P(PixelColor, NeighboursAlphaAndFailures) {
   vxkrn_test::OwnedBitmap bm;
   make(bm.bm, Depth{3, 0, true});
-  std::vector<uint8_t> before = image(bm.bm);
+  std::vector<uint8_t> before = read_image(bm.bm);
   ASSERT_EQ(V_PutPixelColor(bm.get(), 1, 6, (COLOR_KIND_INDEX << 24) | 5), RC_SUCCESS);
   EXPECT_EQ(V_GetPixelColor(bm.get(), 1, 6), 0xFF00FFu) << "entry 5: red and blue";
-  std::vector<uint8_t> after = image(bm.bm);
+  std::vector<uint8_t> after = read_image(bm.bm);
   int changed_bits = 0;
   for (size_t i = 0; i < after.size(); ++i)
     changed_bits += __builtin_popcount(unsigned(after[i] ^ before[i]));

@@ -1,5 +1,6 @@
 // The per-thread callback table: defaults, filters chained and restored,
 // the redirected calls, chunking, and the fallback record's empty slots.
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -116,14 +117,20 @@ TEST(Redirect, BigTransfersChunkAndStopOnFailure) {
 }
 
 TEST(Redirect, FallbackRecordUsesThePrimitives) {
-  vxkrn_test::on_new_thread([] {
+  std::FILE *file = std::tmpfile();
+  ASSERT_NE(file, nullptr);
+  const int32_t handle = fileno(file);
+  vxkrn_test::on_new_thread([handle] {
     vxkrn::testing::fail_nth_allocation(1, static_cast<unsigned>(vxkrn::platform::Heap::Runtime));
     // The thread's record cannot be made: the zero record's empty slots act
-    // as the primitives.
-    EXPECT_EQ(V_RedirectedSeek(-1, 0, SEEK_FROM_START), 0u);
+    // as the primitives, so the seek reaches the file.
+    EXPECT_EQ(V_RedirectedSeek(handle, 5, SEEK_FROM_START), 5u);
+    EXPECT_GE(vxkrn::testing::allocations_attempted(), 1u)
+        << "nothing refused: the thread had a record";
     vxkrn::testing::fail_nth_allocation(0, 0);
     EXPECT_FALSE(vxkrn::core::is_fallback(vxkrn::core::thread_state()));
   });
+  std::fclose(file);
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// Segment writes at every depth against a bit-by-bit reference, on memory
-// and disk storage, with random segments and source phases.
+// Segment writes at every depth against a pixel-by-pixel reference, on
+// memory and disk storage, with random segments and source phases.
 #include <random>
 #include <vector>
 
@@ -7,34 +7,10 @@
 
 namespace {
 
+using vxkrn_test::get_pixel;
+using vxkrn_test::set_pixel;
+
 const int kDepths[] = {1, 2, 3, 4, 5, 6, 7, 8, 12, 16, 24, 32, 48, 64};
-
-// Bit b of pixel p as the layout places it: depths below 8 are bit streams
-// with the most significant bit first; 12-bit pixels count from the low bit
-// of a little-endian stream; whole-byte depths are plain bytes.
-struct BitPlace {
-  size_t byte;
-  int shift;
-};
-
-BitPlace place(int bits, uint64_t pixel, int bit) {
-  if (bits == 12) {
-    const uint64_t stream = pixel * 12 + static_cast<uint64_t>(bit);
-    return {static_cast<size_t>(stream / 8), static_cast<int>(stream % 8)};
-  }
-  const uint64_t stream = pixel * static_cast<uint64_t>(bits) + static_cast<uint64_t>(bit);
-  return {static_cast<size_t>(stream / 8), 7 - static_cast<int>(stream % 8)};
-}
-
-// Copy pixel `from` of source into pixel `to` of row, one bit at a time.
-void reference_copy(int bits, std::vector<uint8_t> &row, uint64_t to, const uint8_t *source,
-                    uint64_t from) {
-  for (int b = 0; b < bits; ++b) {
-    const BitPlace s = place(bits, from, b), d = place(bits, to, b);
-    const int value = (source[s.byte] >> s.shift) & 1;
-    row[d.byte] = static_cast<uint8_t>((row[d.byte] & ~(1 << d.shift)) | (value << d.shift));
-  }
-}
 
 class Segments : public vxkrn_test::TempDirTest, public ::testing::WithParamInterface<int32_t> {};
 
@@ -44,14 +20,10 @@ TEST_P(Segments, WriteOnlyTheListedPixels) {
     SCOPED_TRACE(bits);
     constexpr int kWidth = 77, kHeight = 3;
     vxkrn_test::OwnedBitmap bm;
-    ASSERT_EQ(V_InitBitmap(bm.get(), BITMAPHANDLE_SIZE, kWidth, kHeight, bits), RC_SUCCESS);
-    ASSERT_EQ(V_AllocateBitmap(bm.get(), GetParam()), RC_SUCCESS);
+    vxkrn_test::make_bitmap(bm.bm, kWidth, kHeight, bits, GetParam());
     V_AccessBitmap(bm.get());
     const uint32_t stride = static_cast<uint32_t>(bm->BytesPerLine);
-    std::vector<uint8_t> image(bm->Size);
-    for (uint8_t &b : image)
-      b = static_cast<uint8_t>(random());
-    ASSERT_EQ(V_PutBitmapRow(bm.get(), image.data(), 0, bm->Size), int32_t(bm->Size));
+    std::vector<uint8_t> image = vxkrn_test::fill_random_image(bm.bm, random());
 
     for (int round = 0; round < 40; ++round) {
       const int row = static_cast<int>(random() % kHeight);
@@ -71,14 +43,13 @@ TEST_P(Segments, WriteOnlyTheListedPixels) {
                                     image.begin() + (row + 1) * stride);
       for (size_t i = 0; i < pairs.size(); i += 2)
         for (int p = 0; p < pairs[i + 1]; ++p)
-          reference_copy(bits, expected, uint64_t(pairs[i] + p), source.data(),
-                         uint64_t(pairs[i] + p - first));
+          set_pixel(expected.data(), bits, uint64_t(pairs[i] + p),
+                    get_pixel(source.data(), bits, uint64_t(pairs[i] + p - first)));
       ASSERT_EQ(V_PutBitmapRowSegments(bm.get(), source.data(), row, first, pairs.data(), count, 0),
                 RC_SUCCESS);
       std::copy(expected.begin(), expected.end(), image.begin() + row * stride);
-      std::vector<uint8_t> stored(bm->Size);
-      ASSERT_EQ(V_GetBitmapRow(bm.get(), stored.data(), 0, bm->Size), int32_t(bm->Size));
-      ASSERT_EQ(stored, image) << "round " << round << ", first column " << first;
+      ASSERT_EQ(vxkrn_test::read_image(bm.bm), image)
+          << "round " << round << ", first column " << first;
     }
   }
 }

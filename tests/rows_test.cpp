@@ -1,5 +1,5 @@
 // Row, row-column and pixel-data transfers at every depth, on memory and
-// disk storage alike, against offsets computed from the layout table.
+// disk storage alike, against byte offsets worked out from the depth.
 #include <unistd.h>
 
 #include <random>
@@ -10,54 +10,24 @@
 
 namespace {
 
+using vxkrn_test::fill_random_image;
+using vxkrn_test::make_bitmap;
+using vxkrn_test::read_image;
+
 enum class Kind { Memory, Disk };
 
 const int kDepths[] = {1, 2, 3, 4, 5, 6, 7, 8, 12, 16, 24, 32, 48, 64};
 
-// Byte of the row that holds the first bit of column c, from the table.
+// Byte of the row that holds the first bit of column c.
 uint64_t reference_offset(int bits, uint64_t c) {
-  switch (bits) {
-    case 1:
-      return c >> 3;
-    case 2:
-      return c >> 2;
-    case 3:
-      return (3 * c) >> 3;
-    case 4:
-      return c >> 1;
-    case 5:
-      return (5 * c) >> 3;
-    case 6:
-      return (3 * c) >> 2;
-    case 7:
-      return (7 * c) >> 3;
-    case 12:
-      return c + (c >> 1);
-    default:
-      return c * static_cast<uint64_t>(bits / 8);
-  }
+  return c * uint64_t(bits) / 8;
 }
 
 class Rows : public vxkrn_test::TempDirTest, public ::testing::WithParamInterface<Kind> {
  protected:
   void make(BitmapHandle &bm, int width, int height, int bits) {
-    ASSERT_EQ(V_InitBitmap(&bm, BITMAPHANDLE_SIZE, width, height, bits), RC_SUCCESS);
-    ASSERT_EQ(V_AllocateBitmap(&bm, GetParam() == Kind::Disk ? MEM_DISK : MEM_NO_DISK), RC_SUCCESS);
+    make_bitmap(bm, width, height, bits, GetParam() == Kind::Disk ? MEM_DISK : MEM_NO_DISK);
     V_AccessBitmap(&bm);
-  }
-  // Writes the whole image in one call (a count over many rows).
-  std::vector<uint8_t> fill(BitmapHandle &bm, uint32_t seed) {
-    std::vector<uint8_t> image(bm.Size);
-    std::mt19937 random(seed);
-    for (uint8_t &b : image)
-      b = static_cast<uint8_t>(random());
-    EXPECT_EQ(V_PutBitmapRow(&bm, image.data(), 0, bm.Size), int32_t(bm.Size));
-    return image;
-  }
-  std::vector<uint8_t> read_all(const BitmapHandle &bm) {
-    std::vector<uint8_t> image(bm.Size);
-    EXPECT_EQ(V_GetBitmapRow(&bm, image.data(), 0, bm.Size), int32_t(bm.Size));
-    return image;
   }
 };
 
@@ -66,7 +36,7 @@ TEST_P(Rows, RowColumnOffsetsAtEveryDepth) {
     SCOPED_TRACE(bits);
     vxkrn_test::OwnedBitmap bm;
     make(bm.bm, 37, 5, bits);
-    std::vector<uint8_t> image = fill(bm.bm, static_cast<uint32_t>(bits));
+    std::vector<uint8_t> image = fill_random_image(bm.bm, static_cast<uint32_t>(bits));
     const uint32_t stride = static_cast<uint32_t>(bm->BytesPerLine);
     for (int row : {0, 2, 4}) {
       for (int column = 0; column < 37; ++column) {
@@ -82,19 +52,8 @@ TEST_P(Rows, RowColumnOffsetsAtEveryDepth) {
     ASSERT_EQ(V_PutBitmapRowCol(bm.get(), marks, 3, 29, 3), 3);
     const uint64_t at = 3 * stride + reference_offset(bits, 29);
     std::copy(marks, marks + 3, image.begin() + long(at));
-    EXPECT_EQ(read_all(bm.bm), image);
+    EXPECT_EQ(read_image(bm.bm), image);
   }
-}
-
-TEST_P(Rows, MultiRowCountsAndSingleRows) {
-  vxkrn_test::OwnedBitmap bm;
-  make(bm.bm, 10, 6, 24);
-  const std::vector<uint8_t> image = fill(bm.bm, 7);
-  std::vector<uint8_t> two(64);
-  ASSERT_EQ(V_GetBitmapRow(bm.get(), two.data(), 0, 64), 64) << "runs on into row 1";
-  EXPECT_TRUE(std::equal(two.begin(), two.end(), image.begin()));
-  ASSERT_EQ(V_GetBitmapRow(bm.get(), two.data(), 5, 32), 32);
-  EXPECT_TRUE(std::equal(two.begin(), two.begin() + 32, image.begin() + 160));
 }
 
 TEST_P(Rows, PixelDataMovesThePixelsBytes) {
@@ -107,7 +66,7 @@ TEST_P(Rows, PixelDataMovesThePixelsBytes) {
     SCOPED_TRACE(c.bits);
     vxkrn_test::OwnedBitmap bm;
     make(bm.bm, 16, 3, c.bits);
-    std::vector<uint8_t> image = fill(bm.bm, 99);
+    std::vector<uint8_t> image = fill_random_image(bm.bm, 99);
     const uint64_t at = 2u * uint32_t(bm->BytesPerLine) + reference_offset(c.bits, c.column);
     uint8_t pixel[8] = {};
     EXPECT_EQ(V_GetPixelData(bm.get(), pixel, 2, c.column, c.bytes - 1), RC_INVALID_PARAMETER);
@@ -117,7 +76,7 @@ TEST_P(Rows, PixelDataMovesThePixelsBytes) {
       pixel[i] = static_cast<uint8_t>(~pixel[i]);
     ASSERT_EQ(V_PutPixelData(bm.get(), pixel, 2, c.column, c.bytes), RC_SUCCESS);
     std::copy(pixel, pixel + c.bytes, image.begin() + long(at));
-    EXPECT_EQ(read_all(bm.bm), image);
+    EXPECT_EQ(read_image(bm.bm), image);
     EXPECT_EQ(V_GetPixelData(bm.get(), pixel, 3, c.column, 8), RC_NO_MEMORY) << "outside";
   }
 }
@@ -156,35 +115,27 @@ INSTANTIATE_TEST_SUITE_P(BothKinds, Rows, ::testing::Values(Kind::Memory, Kind::
 class DiskRows : public vxkrn_test::TempDirTest {};
 
 TEST_F(DiskRows, MemoryAndDiskHoldTheSameBytes) {
-  BitmapHandle memory, disk;
-  for (BitmapHandle *bm : {&memory, &disk})
-    ASSERT_EQ(V_InitBitmap(bm, BITMAPHANDLE_SIZE, 61, 40, 12), RC_SUCCESS);
-  ASSERT_EQ(V_AllocateBitmap(&memory, MEM_NO_DISK), RC_SUCCESS);
-  ASSERT_EQ(V_AllocateBitmap(&disk, MEM_DISK), RC_SUCCESS);
-  V_AccessBitmap(&memory);
+  vxkrn_test::OwnedBitmap memory, disk;
+  make_bitmap(memory.bm, 61, 40, 12, MEM_NO_DISK);
+  make_bitmap(disk.bm, 61, 40, 12, MEM_DISK);
+  V_AccessBitmap(memory.get());
   std::mt19937 random(5);
   uint8_t bytes[200];
   for (int i = 0; i < 500; ++i) {
     for (uint8_t &b : bytes)
       b = static_cast<uint8_t>(random());
     const int row = static_cast<int>(random() % 40), column = static_cast<int>(random() % 61);
-    const uint32_t room = memory.Size - uint32_t(row * memory.BytesPerLine) - column * 3 / 2;
+    const uint32_t room = memory->Size - uint32_t(row * memory->BytesPerLine) - column * 3 / 2;
     const uint32_t count = static_cast<uint32_t>(random() % 200) % room + 1;
-    ASSERT_EQ(V_PutBitmapRowCol(&memory, bytes, row, column, count),
-              V_PutBitmapRowCol(&disk, bytes, row, column, count));
+    ASSERT_EQ(V_PutBitmapRowCol(memory.get(), bytes, row, column, count),
+              V_PutBitmapRowCol(disk.get(), bytes, row, column, count));
   }
-  std::vector<uint8_t> a(memory.Size), b(disk.Size);
-  EXPECT_EQ(V_GetBitmapRow(&memory, a.data(), 0, memory.Size), int32_t(memory.Size));
-  EXPECT_EQ(V_GetBitmapRow(&disk, b.data(), 0, disk.Size), int32_t(disk.Size));
-  EXPECT_EQ(a, b);
-  V_FreeBitmap(&memory);
-  V_FreeBitmap(&disk);
+  EXPECT_EQ(read_image(memory.bm), read_image(disk.bm));
 }
 
 TEST_F(DiskRows, TruncatedFileGivesAShortCount) {
   vxkrn_test::OwnedBitmap bm;
-  ASSERT_EQ(V_InitBitmap(bm.get(), BITMAPHANDLE_SIZE, 100, 10, 8), RC_SUCCESS);
-  ASSERT_EQ(V_AllocateBitmap(bm.get(), MEM_DISK), RC_SUCCESS);
+  make_bitmap(bm.bm, 100, 10, 8, MEM_DISK);
   ASSERT_EQ(ftruncate(vxkrn::core::disk_file(bm.bm), 950), 0);  // behind the library's back
   uint8_t row[100];
   EXPECT_EQ(V_GetBitmapRow(bm.get(), row, 9, 100), 50);
@@ -193,9 +144,8 @@ TEST_F(DiskRows, TruncatedFileGivesAShortCount) {
 
 TEST_F(DiskRows, SparseBitmapAtTheSizeCap) {
   vxkrn_test::OwnedBitmap bm;
-  ASSERT_EQ(V_InitBitmap(bm.get(), BITMAPHANDLE_SIZE, 65536, 65535, 8), RC_SUCCESS);
+  make_bitmap(bm.bm, 65536, 65535, 8, MEM_TEMP_FILE);
   ASSERT_EQ(bm->Size, BITMAP_SIZE_CAP);
-  ASSERT_EQ(V_AllocateBitmap(bm.get(), MEM_TEMP_FILE), RC_SUCCESS);
   EXPECT_EQ(vxkrn_test::file_size(dir_ + leftover_files().at(0)), 0xFFFF0001LL);
   std::vector<uint8_t> row(65536), back(65536);
   for (size_t i = 0; i < row.size(); ++i)
@@ -205,15 +155,6 @@ TEST_F(DiskRows, SparseBitmapAtTheSizeCap) {
   EXPECT_EQ(back, row);
   ASSERT_EQ(V_GetBitmapRowCol(bm.get(), back.data(), 65534, 65535, 1), 1);
   EXPECT_EQ(back[0], row[65535]);
-}
-
-TEST(RowSegments, EveryStorageKindHoldsWholeRows) {
-  BitmapHandle bm;
-  V_InitBitmap(&bm, BITMAPHANDLE_SIZE, 123, 4, 1);
-  vxkrn::core::RowSegment segments[2] = {};
-  EXPECT_EQ(vxkrn::core::row_segments(bm, 3, segments, 2), 1);
-  EXPECT_EQ(segments[0].first_column, 0);
-  EXPECT_EQ(segments[0].pixel_count, 123);
 }
 
 }  // namespace

@@ -23,6 +23,13 @@ inline uint8_t narrow(uint32_t v16) {
   return static_cast<uint8_t>(v16 >> 8);
 }
 
+// The 5-bit field at `shift` of a word, widened to 8 bits: its top bits
+// repeat below it, so 0 and 31 become 0 and 255.
+inline uint8_t expand5(uint32_t word, int shift) {
+  const uint32_t v = (word >> shift) & 31;
+  return static_cast<uint8_t>((v << 3) | (v >> 2));
+}
+
 // Little-endian 16 and 32-bit values at any address.
 inline uint32_t load16(const uint8_t *p) {
   uint16_t v;
@@ -148,13 +155,9 @@ struct Codec<Format::Gray32> {
 template <>
 struct Codec<Format::Rgb555> {
   using Value = Rgba16;
-  static uint16_t component(uint32_t word, int shift) {
-    const uint32_t c = (word >> shift) & 31;
-    return widen((c << 3) | (c >> 2));
-  }
   static Value read(const uint8_t *row, uint64_t i, const Side &s) {
     const uint32_t w = load16(row + 2 * i);
-    return {component(w, s.red), component(w, s.green), component(w, s.blue), 0};
+    return {widen(expand5(w, s.red)), widen(expand5(w, s.green)), widen(expand5(w, s.blue)), 0};
   }
   static void write(uint8_t *row, uint64_t i, const Side &s, const Value &v) {
     const uint32_t w = uint32_t(narrow(v.r) >> 3) << s.red | uint32_t(narrow(v.g) >> 3) << s.green |

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "color/convert_engine.h"
+#include "core/bitmap_core.h"
 #include "vxkrn/convert.h"
 #include "vxkrn/palette.h"
 
@@ -10,15 +11,14 @@ using namespace vxkrn::color;
 
 namespace {
 
-// A gray range low..high of a pixel of `bits` (low < 0: 0, high < 0: the top
-// bit) applied to a side. False when it is not a range of the pixel.
+// A gray range applied to a side. False when it is not a range of the
+// side's pixel.
 bool apply_range(int32_t low_bit, int32_t high_bit, Side &side) {
-  const int32_t low = low_bit < 0 ? 0 : low_bit;
-  const int32_t high = high_bit < 0 ? side.bits - 1 : high_bit;
-  if (high > side.bits - 1 || low > high) return false;
-  side.low = static_cast<uint32_t>(low);
-  side.width = static_cast<uint32_t>(high - low + 1);
-  side.mask = (uint64_t{1} << side.width) - 1;
+  vxkrn::core::GrayRange range;
+  if (!vxkrn::core::gray_range(low_bit, high_bit, side.bits, &range)) return false;
+  side.low = range.low;
+  side.width = range.width;
+  side.mask = range.mask();
   return true;
 }
 
@@ -91,7 +91,7 @@ int32_t convert_buffer(void *buffer, uint32_t width, int32_t src_bits, int32_t d
   if (fast.needs_tables) prepare_context(c);
   if (fast.convert)
     fast.convert(bytes, width, c);
-  else if (!(use_fast_paths && keeps_indices(c)))
+  else
     convert_general(bytes, width, c);
   return RC_SUCCESS;
 }

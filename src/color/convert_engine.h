@@ -41,8 +41,6 @@ struct FastPath {
   bool needs_tables;
 };
 FastPath find_fast_path(const ConvertContext &c) noexcept;
-// Whether an index-to-index conversion leaves every byte as it is.
-bool keeps_indices(const ConvertContext &c) noexcept;
 
 // The converter behind V_ConvertBufferExt; `use_fast_paths` false forces the
 // general path (tests compare the two).

@@ -48,7 +48,6 @@ VXKRN_SCALAR_LOOPS void index8_to_rgb24(uint8_t *buffer, uint64_t width, const C
   }
   constexpr uint64_t kChunk = 256;
   uint8_t indices[kChunk];
-  kernels::prefetch_ahead(buffer, 3 * width);
   kernels::NextRowWarmer warmer(buffer, 3 * width);
   for (uint64_t end = width; end > 0;) {
     const uint64_t begin = end > kChunk ? end - kChunk : 0, n = end - begin;
@@ -71,6 +70,18 @@ VXKRN_SCALAR_LOOPS void index8_to_rgb24(uint8_t *buffer, uint64_t width, const C
     }
     end = begin;
   }
+}
+
+// 8-bit indices through the index map; forward. A map that keeps every
+// index (the same palette on both sides, or one whose entries all find
+// themselves) leaves the bytes as they are.
+VXKRN_SCALAR_LOOPS void index8_map(uint8_t *buffer, uint64_t width, const ConvertContext &c) {
+  uint32_t i = 0;
+  while (i < 256 && c.table[i] == i)
+    ++i;
+  if (i == 256) return;
+  for (uint64_t k = 0; k < width; ++k)
+    buffer[k] = static_cast<uint8_t>(c.table[buffer[k]]);
 }
 
 // 24 bits to palette indices through the exact search; forward.
@@ -107,6 +118,7 @@ FastPath find_fast_path(const ConvertContext &c) noexcept {
                 whole_row<kernels::rgb48_to_rgb24>, false);
   if (from == Format::Index8 && to == Format::Rgb24) return FastPath{index8_to_rgb24, false};
   if (from == Format::Rgb24 && to == Format::Index8) return FastPath{rgb24_to_index8, false};
+  if (from == Format::Index8 && to == Format::Index8) return FastPath{index8_map, true};
   if (from == Format::Packed && to == Format::Index8) {
     if (c.src.bits == 1)
       return pick(simd.packed1_to_index8, whole_row<kernels::packed_to_index8<1>>, true);
@@ -115,15 +127,6 @@ FastPath find_fast_path(const ConvertContext &c) noexcept {
       return pick(simd.packed4_to_index8, whole_row<kernels::packed_to_index8<4>>, true);
   }
   return FastPath{nullptr, true};
-}
-
-// Index 8 to 8 keeps the bytes when the map is the identity; only known
-// after the tables are built.
-bool keeps_indices(const ConvertContext &c) noexcept {
-  if (c.src.format != Format::Index8 || c.dst.format != Format::Index8) return false;
-  for (uint32_t i = 0; i < 256; ++i)
-    if (c.table[i] != i) return false;
-  return true;
 }
 
 }  // namespace vxkrn::color

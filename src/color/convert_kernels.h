@@ -9,22 +9,21 @@
 
 namespace vxkrn::color::kernels {
 
-// Pull the bytes a backward walk will read and write into the caches first,
-// in ascending order: rows converted one after another otherwise start every
-// backward walk with a cold stream the hardware prefetchers have not seen.
-inline void prefetch_ahead(const uint8_t *from, uint64_t bytes) {
-  for (uint64_t offset = 0; offset < bytes; offset += 64)
-    __builtin_prefetch(from + offset);
-}
-
-// While a backward walk covers its row, warm the bytes that follow the row
-// in ascending order: rows of one image converted in turn are the common
+// Cache warming for a backward walk over the `row_bytes` bytes at `buffer`.
+// On construction the row itself is pulled into the caches in ascending
+// order: rows converted one after another otherwise start every backward
+// walk with a cold stream the hardware prefetchers have not seen. While the
+// walk covers its row, the bytes that follow the row are warmed in
+// ascending order too: rows of one image converted in turn are the common
 // case, and the next call then starts on warm lines. A prefetch is only a
 // hint and never touches memory, so the bytes beyond the buffer are safe.
 class NextRowWarmer {
  public:
   NextRowWarmer(const uint8_t *buffer, uint64_t row_bytes)
-      : next_(reinterpret_cast<uintptr_t>(buffer) + row_bytes), row_bytes_(row_bytes) {}
+      : next_(reinterpret_cast<uintptr_t>(buffer) + row_bytes), row_bytes_(row_bytes) {
+    for (uint64_t offset = 0; offset < row_bytes; offset += 64)
+      __builtin_prefetch(buffer + offset);
+  }
   // The walk has covered `covered` bytes of its row.
   void advance(uint64_t covered) {
     for (; warmed_ < covered && warmed_ < row_bytes_; warmed_ += 64)
@@ -93,14 +92,10 @@ inline void packed_to_index8(uint8_t *buffer, uint64_t from, uint64_t to, const 
 
 // 5-5-5 words to 24 bits; backward.
 inline void rgb555_to_rgb24(uint8_t *buffer, uint64_t from, uint64_t to, const ConvertContext &c) {
-  const auto expand = [](uint32_t word, int shift) {
-    const uint32_t v = (word >> shift) & 31;
-    return static_cast<uint8_t>((v << 3) | (v >> 2));
-  };
   for (uint64_t i = to; i-- > from;) {
     const uint32_t word = load16(buffer + 2 * i);
-    const uint8_t red = expand(word, c.src.red), green = expand(word, c.src.green),
-                  blue = expand(word, c.src.blue);
+    const uint8_t red = expand5(word, c.src.red), green = expand5(word, c.src.green),
+                  blue = expand5(word, c.src.blue);
     uint8_t *d = buffer + 3 * i;
     d[c.dst.red] = red;
     d[1] = green;

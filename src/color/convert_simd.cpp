@@ -1,5 +1,6 @@
-// The one dispatch point of the vector kernels: the set is chosen once per
-// process from what the processor supports.
+// The one dispatch point of the vector kernels: one table per level is
+// built once per process from what the processor supports, and each call
+// takes the table of the current cap.
 #include "color/convert_simd.h"
 
 #include <atomic>
@@ -10,28 +11,43 @@
 namespace vxkrn::color {
 namespace {
 
-SimdKernels g_kernels;
-std::atomic<int> g_kernels_state{0};
-std::atomic<bool> g_enabled{true};
-const SimdKernels kNone{};
+constexpr int kLevels = static_cast<int>(SimdLevel::Avx2) + 1;
 
-void choose_kernels() {
+// By level: none, SSSE3 alone, SSSE3 with the AVX2 kernels over it.
+SimdKernels g_tables[kLevels];
+SimdLevel g_supported = SimdLevel::None;
+std::atomic<int> g_tables_state{0};
+std::atomic<int> g_cap{static_cast<int>(SimdLevel::Avx2)};
+
+// Kept out of line: inlined, it costs every call register saves.
+[[gnu::noinline]] void build_tables() {
 #if VXKRN_X86
-  if (__builtin_cpu_supports("ssse3")) ssse3::install(g_kernels);
-  if (__builtin_cpu_supports("avx2")) avx2::install(g_kernels);
+  if (__builtin_cpu_supports("ssse3")) {
+    ssse3::install(g_tables[static_cast<int>(SimdLevel::Ssse3)]);
+    g_supported = SimdLevel::Ssse3;
+  }
+  g_tables[static_cast<int>(SimdLevel::Avx2)] = g_tables[static_cast<int>(SimdLevel::Ssse3)];
+  if (__builtin_cpu_supports("avx2")) {
+    avx2::install(g_tables[static_cast<int>(SimdLevel::Avx2)]);
+    g_supported = SimdLevel::Avx2;
+  }
 #endif
 }
 
 }  // namespace
 
 const SimdKernels &simd_kernels() noexcept {
-  if (!g_enabled.load(std::memory_order_relaxed)) return kNone;
-  core::run_once(g_kernels_state, choose_kernels);
-  return g_kernels;
+  core::run_once(g_tables_state, build_tables);
+  return g_tables[g_cap.load(std::memory_order_relaxed)];
 }
 
-void set_simd_enabled(bool enabled) noexcept {
-  g_enabled.store(enabled);
+SimdLevel supported_simd_level() noexcept {
+  core::run_once(g_tables_state, build_tables);
+  return g_supported;
+}
+
+void set_simd_cap(SimdLevel cap) noexcept {
+  g_cap.store(static_cast<int>(cap));
 }
 
 }  // namespace vxkrn::color

@@ -18,9 +18,17 @@ struct SimdKernels {
   ConvertFn rgb48_to_rgb24 = nullptr;  // same channel order on both sides only
 };
 
+// Instruction set levels of the kernels, each including the ones before it.
+enum class SimdLevel : int { None, Ssse3, Avx2 };
+
 const SimdKernels &simd_kernels() noexcept;
 
-// Tests turn the vector kernels off to compare them with the scalar ones.
-void set_simd_enabled(bool enabled) noexcept;
+// The highest level this processor runs.
+SimdLevel supported_simd_level() noexcept;
+
+// Tests cap the level to run every kernel set, down to the scalar kernels,
+// on one machine: a processor with AVX2 otherwise never runs the SSSE3
+// versions of the kernels both sets have. The default is no cap.
+void set_simd_cap(SimdLevel cap) noexcept;
 
 }  // namespace vxkrn::color

@@ -29,11 +29,7 @@ VXKRN_AVX2 void rgb24_to_gray8(uint8_t *buffer, uint64_t width, const ConvertCon
   // position, pairs summed: eight gray8 sums per register.
   const __m256i spread = _mm256_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1, 0,
                                           1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
-  uint8_t w[4] = {1, 5, 1, 0};
-  w[c.src.red] = 2;
-  int32_t weight_word;
-  std::memcpy(&weight_word, w, 4);
-  const __m256i weights = _mm256_set1_epi32(weight_word), ones = _mm256_set1_epi16(1);
+  const __m256i weights = _mm256_set1_epi32(gray_weights(c)), ones = _mm256_set1_epi16(1);
   const __m256i round = _mm256_set1_epi32(4);
   const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
   uint64_t i = 0;
@@ -65,7 +61,6 @@ VXKRN_AVX2 void packed1_to_index8(uint8_t *buffer, uint64_t width, const Convert
   const __m256i bits = _mm256_setr_epi8(-128, 64, 32, 16, 8, 4, 2, 1, -128, 64, 32, 16, 8, 4, 2, 1,
                                         -128, 64, 32, 16, 8, 4, 2, 1, -128, 64, 32, 16, 8, 4, 2, 1);
   const uint64_t blocks = width / 32;
-  kernels::prefetch_ahead(buffer, width);
   kernels::NextRowWarmer warmer(buffer, width);
   kernels::packed_to_index8<1>(buffer, 32 * blocks, width, c);
   for (uint64_t k = blocks; k-- > 0;) {
@@ -83,13 +78,11 @@ VXKRN_AVX2 void packed1_to_index8(uint8_t *buffer, uint64_t width, const Convert
 // backward.
 VXKRN_AVX2 void packed4_to_index8(uint8_t *buffer, uint64_t width, const ConvertContext &c) {
   int8_t entries[16];
-  for (int k = 0; k < 16; ++k)
-    entries[k] = static_cast<int8_t>(c.table[k]);
+  nibble_table(c, entries);
   const __m256i table =
       _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i *>(entries)));
   const __m256i low_nibbles = _mm256_set1_epi8(0x0F);
   const uint64_t blocks = width / 64;
-  kernels::prefetch_ahead(buffer, width);
   kernels::NextRowWarmer warmer(buffer, width);
   kernels::packed_to_index8<4>(buffer, 64 * blocks, width, c);
   for (uint64_t k = blocks; k-- > 0;) {
@@ -128,7 +121,6 @@ VXKRN_AVX2 void rgb555_to_rgb24(uint8_t *buffer, uint64_t width, const ConvertCo
   const __m256i m_hi_pair = both_lanes(layout.tail_pair),
                 m_hi_third = both_lanes(layout.tail_third);
   const uint64_t blocks = width / 16;
-  kernels::prefetch_ahead(buffer, 3 * width);
   kernels::NextRowWarmer warmer(buffer, 3 * width);
   kernels::rgb555_to_rgb24(buffer, 16 * blocks, width, c);
   for (uint64_t k = blocks; k-- > 0;) {
@@ -154,10 +146,7 @@ VXKRN_AVX2 void rgb555_to_rgb24(uint8_t *buffer, uint64_t width, const ConvertCo
 
 // Picks the variant by where the low field has to go.
 void rgb555_to_rgb24_any(uint8_t *buffer, uint64_t width, const ConvertContext &c) {
-  // The field in bits 0-4 is red for ORDER_RGB words; output byte 0 is red
-  // for ORDER_RGB rows.
-  const bool low_is_red = c.src.red == 0, first_is_red = c.dst.red == 0;
-  if (low_is_red == first_is_red)
+  if (rgb555_field_order(c).first_shift == 0)
     rgb555_to_rgb24<false>(buffer, width, c);
   else
     rgb555_to_rgb24<true>(buffer, width, c);

@@ -69,7 +69,6 @@ VXKRN_SSSE3 void rgb24_to_rgba32(uint8_t *buffer, uint64_t width, const ConvertC
   const __m128i m = mask_of(indices);
   const __m128i alpha = _mm_set1_epi32(static_cast<int>(uint32_t{narrow(c.alpha_fill)} << 24));
   const uint64_t blocks = width / 4;
-  kernels::prefetch_ahead(buffer, 4 * width);
   kernels::NextRowWarmer warmer(buffer, 4 * width);
   kernels::rgb24_to_rgba32(buffer, 4 * blocks, width, c);
   // Backward: a block's 16-byte read ends before the next block's output.
@@ -100,12 +99,6 @@ VXKRN_SSSE3 void rgba32_to_rgb24(uint8_t *buffer, uint64_t width, const ConvertC
   kernels::rgba32_to_rgb24(buffer, i, width, c);
 }
 
-// Weights of gray8 for the byte positions of a 3-byte pixel (red 2, green
-// 5, blue 1), as four signed bytes per pixel slot with a zero fourth.
-int8_t gray_weight(const ConvertContext &c, int position) {
-  return static_cast<int8_t>(position == c.src.red ? 2 : position == 1 ? 5 : 1);
-}
-
 // Four 3-byte pixels spread into 4-byte slots, the fourth byte zero.
 VXKRN_SSSE3 __m128i spread_pixels() {
   return _mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
@@ -119,9 +112,7 @@ VXKRN_SSSE3 __m128i gray_sums(const uint8_t *p, __m128i spread, __m128i weights)
 
 VXKRN_SSSE3 void rgb24_to_gray8(uint8_t *buffer, uint64_t width, const ConvertContext &c) {
   const __m128i spread = spread_pixels();
-  const __m128i weights = _mm_set1_epi32(static_cast<int>(
-      uint32_t(uint8_t(gray_weight(c, 0))) | uint32_t(uint8_t(gray_weight(c, 1))) << 8 |
-      uint32_t(uint8_t(gray_weight(c, 2))) << 16));
+  const __m128i weights = _mm_set1_epi32(gray_weights(c));
   const __m128i round = _mm_set1_epi32(4);
   uint64_t i = 0;
   // Sixteen pixels per step; the last 16-byte read ends 4 bytes past them.
@@ -141,11 +132,9 @@ VXKRN_SSSE3 void rgb24_to_gray8(uint8_t *buffer, uint64_t width, const ConvertCo
 // table; walks backward a block at a time.
 VXKRN_SSSE3 void packed4_to_index8(uint8_t *buffer, uint64_t width, const ConvertContext &c) {
   int8_t entries[16];
-  for (int k = 0; k < 16; ++k)
-    entries[k] = static_cast<int8_t>(c.table[k]);
+  nibble_table(c, entries);
   const __m128i table = mask_of(entries), low_nibbles = _mm_set1_epi8(0x0F);
   const uint64_t blocks = width / 32;
-  kernels::prefetch_ahead(buffer, width);
   kernels::NextRowWarmer warmer(buffer, width);
   kernels::packed_to_index8<4>(buffer, 32 * blocks, width, c);
   for (uint64_t k = blocks; k-- > 0;) {
@@ -167,7 +156,6 @@ VXKRN_SSSE3 void packed1_to_index8(uint8_t *buffer, uint64_t width, const Conver
   const __m128i spread = _mm_setr_epi8(0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1, 1, 1, 1, 1);
   const __m128i bits = _mm_setr_epi8(-128, 64, 32, 16, 8, 4, 2, 1, -128, 64, 32, 16, 8, 4, 2, 1);
   const uint64_t blocks = width / 16;
-  kernels::prefetch_ahead(buffer, width);
   kernels::NextRowWarmer warmer(buffer, width);
   kernels::packed_to_index8<1>(buffer, 16 * blocks, width, c);
   for (uint64_t k = blocks; k-- > 0;) {
@@ -192,19 +180,16 @@ VXKRN_SSSE3 void rgb555_to_rgb24(uint8_t *buffer, uint64_t width, const ConvertC
   const EightPixelLayout &layout = kEightPixelLayout;
   const __m128i m_lo_pair = mask_of(layout.head_pair), m_lo_third = mask_of(layout.head_third),
                 m_hi_pair = mask_of(layout.tail_pair), m_hi_third = mask_of(layout.tail_third);
-  // Shifts of the components that land at output positions 0 and 2.
-  const int first_shift = c.dst.red == 0 ? c.src.red : c.src.blue;
-  const int third_shift = c.dst.red == 0 ? c.src.blue : c.src.red;
+  const FieldOrder order = rgb555_field_order(c);
   const uint64_t blocks = width / 8;
-  kernels::prefetch_ahead(buffer, 3 * width);
   kernels::NextRowWarmer warmer(buffer, 3 * width);
   kernels::rgb555_to_rgb24(buffer, 8 * blocks, width, c);
   for (uint64_t k = blocks; k-- > 0;) {
     warmer.advance(3 * width - 24 * k);
     const __m128i words = _mm_loadu_si128(reinterpret_cast<const __m128i *>(buffer + 16 * k));
-    const __m128i first = expand_field(words, first_shift);
+    const __m128i first = expand_field(words, order.first_shift);
     const __m128i green = expand_field(words, c.src.green);
-    const __m128i third = expand_field(words, third_shift);
+    const __m128i third = expand_field(words, order.third_shift);
     const __m128i firsts_and_greens =
         _mm_unpacklo_epi8(_mm_packus_epi16(first, first), _mm_packus_epi16(green, green));
     const __m128i thirds = _mm_packus_epi16(third, third);

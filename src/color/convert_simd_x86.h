@@ -1,6 +1,8 @@
 // The x86 vector kernel sets. Each install() fills the entries its
 // instruction set serves; the dispatch point calls them in order of
-// preference after asking the processor what it supports.
+// preference after asking the processor what it supports. The scalar setup
+// the sets share lives here too: target attributes do not reach shared
+// templates, so only plain data and scalar helpers are common.
 #pragma once
 
 #include "color/convert_simd.h"
@@ -32,6 +34,31 @@ inline constexpr EightPixelLayout kEightPixelLayout = [] {
   }
   return m;
 }();
+
+// gray8's weights (red 2, green 5, blue 1) by byte position of a 3-byte
+// pixel, as the bytes of a little-endian word whose fourth byte is zero: the
+// multiplier of a pixel spread into a 4-byte slot.
+inline int32_t gray_weights(const ConvertContext &c) {
+  const uint32_t first = c.src.red == 0 ? 2 : 1, third = c.src.red == 2 ? 2 : 1;
+  return static_cast<int32_t>(first | 5u << 8 | third << 16);
+}
+
+// Where the fields of a 5-5-5 word land in a 3-byte pixel: the shifts of the
+// fields written to bytes 0 and 2 (green, at shift 5, always goes to byte 1).
+struct FieldOrder {
+  int first_shift, third_shift;
+};
+inline FieldOrder rgb555_field_order(const ConvertContext &c) {
+  return c.dst.red == 0 ? FieldOrder{c.src.red, c.src.blue} : FieldOrder{c.src.blue, c.src.red};
+}
+
+// The index map's first 16 entries as bytes: the shuffle table that maps
+// 4-bit indices. Filled in place, as a returned array is taken apart into
+// single bytes by some compilers.
+inline void nibble_table(const ConvertContext &c, int8_t (&entries)[16]) {
+  for (int k = 0; k < 16; ++k)
+    entries[k] = static_cast<int8_t>(c.table[k]);
+}
 
 }  // namespace vxkrn::color
 

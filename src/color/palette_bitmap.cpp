@@ -1,6 +1,7 @@
 // A bitmap's own palette: reading, replacing and copying its entries.
 #include <cstring>
 
+#include "color/palette_builtin.h"
 #include "core/checks.h"
 #include "platform/heap.h"
 #include "vxkrn/palette.h"
@@ -14,9 +15,7 @@ int32_t V_GetBitmapPaletteEntries(const BitmapHandle *bitmap, uint32_t first, ui
   if (!bitmap || !entries) return 0;
   VXKRN_TRY(check_struct_size(bitmap->StructSize));
   if (!bitmap->Palette || bitmap->ColorCount <= 0) return 0;
-  const auto size = static_cast<uint32_t>(bitmap->ColorCount);
-  if (first >= size) return 0;
-  const uint32_t n = count < size - first ? count : size - first;
+  const uint32_t n = vxkrn::color::clipped(first, count, static_cast<uint32_t>(bitmap->ColorCount));
   if (n) std::memcpy(entries, bitmap->Palette + first, n * sizeof(PaletteEntry));
   return static_cast<int32_t>(n);
 }

@@ -1,5 +1,6 @@
 // The library's constant palettes: the defaults of 1 to 8 bits (laid out one
-// after another), the web palette and the 256-level gray ramp.
+// after another), the web palette and the 256-level gray ramp; and the small
+// helpers the palette functions share.
 #pragma once
 
 #include <cstdint>
@@ -24,5 +25,12 @@ void fill_gray_ramp(PaletteEntry *entries, std::uint32_t count) noexcept;
 
 // An owned system-heap copy of count entries; null on failure.
 PaletteEntry *copy_palette(const PaletteEntry *entries, std::uint32_t count) noexcept;
+
+// How many of the entries first .. first + count - 1 a palette of `size`
+// entries has.
+inline std::uint32_t clipped(std::uint32_t first, std::uint32_t count, std::uint32_t size) {
+  if (first >= size) return 0;
+  return count < size - first ? count : size - first;
+}
 
 }  // namespace vxkrn::color

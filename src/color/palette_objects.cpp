@@ -2,6 +2,7 @@
 // 256 entries in an opaque handle.
 #include <cstring>
 
+#include "color/palette_builtin.h"
 #include "core/checks.h"
 #include "platform/heap.h"
 #include "vxkrn/palette.h"
@@ -11,15 +12,7 @@ struct VPaletteObject {
   PaletteEntry entries[256];
 };
 
-namespace {
-
-// Entries first .. first + count - 1 that exist in a palette of `size`.
-uint32_t clipped(uint32_t first, uint32_t count, uint32_t size) {
-  if (first >= size) return 0;
-  return count < size - first ? count : size - first;
-}
-
-}  // namespace
+using vxkrn::color::clipped;
 
 extern "C" {
 

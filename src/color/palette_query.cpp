@@ -1,5 +1,6 @@
 // Questions asked of palettes: the nearest entry to a colour, whether a
 // palette or bitmap is gray, and a colour expressed for another bitmap.
+#include "color/color_value.h"
 #include "color/palette_search.h"
 #include "core/bitmap_core.h"
 #include "core/checks.h"
@@ -7,6 +8,11 @@
 #include "vxkrn/palette.h"
 
 using namespace vxkrn::core;
+using vxkrn::color::blue_of;
+using vxkrn::color::green_of;
+using vxkrn::color::kind_of;
+using vxkrn::color::make_rgb;
+using vxkrn::color::red_of;
 
 namespace {
 
@@ -34,21 +40,6 @@ int32_t classify(const PaletteEntry *entries, uint32_t count) {
   return ascending ? GRAY_ORDERED : GRAY_INVERTED;
 }
 
-uint32_t red_of(ColorValue c) {
-  return c & 0xFF;
-}
-uint32_t green_of(ColorValue c) {
-  return (c >> 8) & 0xFF;
-}
-uint32_t blue_of(ColorValue c) {
-  return (c >> 16) & 0xFF;
-}
-uint32_t kind_of(ColorValue c) {
-  return c >> 24;
-}
-ColorValue color_of(const PaletteEntry &e) {
-  return e.Red | uint32_t{e.Green} << 8 | uint32_t{e.Blue} << 16;
-}
 constexpr ColorValue kIndexKind = COLOR_KIND_INDEX << 24;
 
 // One palette entry of a bitmap, if it has it.
@@ -81,10 +72,11 @@ int32_t V_IsGrayScaleBitmap(const BitmapHandle *bitmap) {
   }
   if (!V_IsBitmapLUTLengthValid(bitmap)) return RC_INVALID_LUT_LENGTH;
   if (!bitmap->LUT || !(bitmap->Flags & FLAG_USE_LOW_HIGH)) return GRAY_ORDERED;
-  // Significant bits of the LowBit..HighBit description.
-  const int32_t low = bitmap->LowBit < 0 ? 0 : bitmap->LowBit;
-  const int32_t high = bitmap->HighBit < 0 ? bitmap->BitsPerPixel - 1 : bitmap->HighBit;
-  int32_t bits = high - low + 1;
+  // Significant bits of the LowBit..HighBit description, clamped to the
+  // pixel rather than rejected.
+  const GrayBits active = active_gray_bits(*bitmap);
+  const int32_t low = active.low < 0 ? 0 : active.low;
+  int32_t bits = active.high - low + 1;
   if (bits > bitmap->BitsPerPixel) bits = bitmap->BitsPerPixel;
   if (bits < 0) bits = 0;
   for (uint64_t i = (uint64_t{1} << bits); i-- > 0;)
@@ -117,19 +109,18 @@ ColorValue V_TranslateBitmapColor(const BitmapHandle *destination, const BitmapH
           static_cast<int>(green_of(color)), static_cast<int>(blue_of(color)));
       return kIndexKind | (static_cast<uint32_t>(index) & 0xFFFF);
     }
-    const uint32_t g = green_of(color);
-    color = g | g << 8 | g << 16;
+    color = vxkrn::color::gray_as_rgb(color);
   } else if (kind == COLOR_KIND_INDEX) {
     const uint32_t index = color & 0xFFFF;
     PaletteEntry fetched{};
     const bool usable = source && source->BitsPerPixel <= 8;
     const bool have = usable && entry_of(source, index, &fetched);
-    if (destination->BitsPerPixel > 8) return have ? color_of(fetched) : 0;
+    if (destination->BitsPerPixel > 8) return have ? make_rgb(fetched) : 0;
     PaletteEntry own{};
     if (have && entry_of(destination, index, &own) && own.Blue == fetched.Blue &&
         own.Green == fetched.Green && own.Red == fetched.Red)
       return color;
-    color = have ? color_of(fetched) : 0;
+    color = have ? make_rgb(fetched) : 0;
   }
   if (destination->BitsPerPixel > 8) return color;
   return kIndexKind | (V_GetNearestPaletteIndex(destination, color) & 0xFFFF);

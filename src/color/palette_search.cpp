@@ -42,6 +42,28 @@ int shortcut(const PaletteEntry *entries, uint32_t count, int red, int green, in
   return -1;
 }
 
+// The scan both searches share, over n candidates: the first at the
+// smallest distance, a later equally distant one winning when its order
+// code matches `code`; it stops at an exact match. index_of(k) is candidate
+// k's entry; distance_of and code_of describe an entry.
+template <class IndexOf, class DistanceOf, class CodeOf>
+uint32_t nearest_of(uint32_t n, int code, IndexOf index_of, DistanceOf distance_of,
+                    CodeOf code_of) {
+  uint32_t best = index_of(0);
+  auto best_distance = distance_of(best);
+  for (uint32_t k = 1; k < n && best_distance != 0; ++k) {
+    const uint32_t i = index_of(k);
+    const auto d = distance_of(i);
+    if (d < best_distance) {
+      best = i;
+      best_distance = d;
+    } else if (d == best_distance && code_of(i) == code) {
+      best = i;
+    }
+  }
+  return best;
+}
+
 }  // namespace
 
 int32_t find_palette_index(const PaletteEntry *entries, uint32_t count, int red, int green,
@@ -49,19 +71,10 @@ int32_t find_palette_index(const PaletteEntry *entries, uint32_t count, int red,
   if (!entries) return 0;
   if (count == 0) return -1;
   if (const int end = shortcut(entries, count, red, green, blue); end >= 0) return end;
-  const int code = order_code(red, green, blue);
-  uint32_t best = 0;
-  uint64_t best_distance = wide_distance(entries[0], red, green, blue);
-  for (uint32_t i = 1; i < count && best_distance != 0; ++i) {
-    const uint64_t d = wide_distance(entries[i], red, green, blue);
-    if (d < best_distance) {
-      best = i;
-      best_distance = d;
-    } else if (d == best_distance &&
-               order_code(entries[i].Red, entries[i].Green, entries[i].Blue) == code) {
-      best = i;
-    }
-  }
+  const uint32_t best = nearest_of(
+      count, order_code(red, green, blue), [](uint32_t k) { return k; },
+      [&](uint32_t i) { return wide_distance(entries[i], red, green, blue); },
+      [&](uint32_t i) { return order_code(entries[i].Red, entries[i].Green, entries[i].Blue); });
   return static_cast<int32_t>(best);
 }
 
@@ -153,19 +166,11 @@ const NearestSearch::Cell *NearestSearch::cell_for(int red, int green, int blue)
 
 uint8_t NearestSearch::scan(const uint8_t *candidates, uint32_t n, int red, int green,
                             int blue) const noexcept {
-  const int code = order_code(red, green, blue);
-  uint32_t best = candidates[0];
-  uint32_t best_distance = distance(entries_[best], red, green, blue);
-  for (uint32_t k = 1; k < n && best_distance != 0; ++k) {
-    const uint32_t i = candidates[k];
-    const uint32_t d = distance(entries_[i], red, green, blue);
-    if (d < best_distance) {
-      best = i;
-      best_distance = d;
-    } else if (d == best_distance && codes_[i] == code) {
-      best = i;
-    }
-  }
+  const uint32_t best = nearest_of(
+      n, order_code(red, green, blue),
+      [candidates](uint32_t k) -> uint32_t { return candidates[k]; },
+      [&](uint32_t i) { return distance(entries_[i], red, green, blue); },
+      [this](uint32_t i) -> int { return codes_[i]; });
   return static_cast<uint8_t>(best);
 }
 

@@ -8,6 +8,7 @@
 #include "core/compressed_storage.h"
 #include "core/row_io.h"
 #include "core/thread_state.h"
+#include "io/temp_registry.h"
 #include "platform/heap.h"
 #include "vxkrn/bitmap.h"
 
@@ -75,7 +76,7 @@ bool allocate_memory_block(const BitmapHandle &bitmap, NewStorage &out) {
 // A registered temporary file of Size + 1 bytes.
 ResultCode make_disk_storage(const BitmapHandle &bitmap, NewStorage &out) {
   std::int32_t file;
-  VXKRN_TRY(create_disk_storage(bitmap.Size, &file));
+  VXKRN_TRY(vxkrn::io::create_temp_file(bitmap.Size + 1, &file));
   out = NewStorage{disk_storage(file), nullptr, 0, FLAG_ALLOCATED | FLAG_DISK, false};
   return RC_SUCCESS;
 }

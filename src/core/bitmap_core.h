@@ -36,6 +36,16 @@ struct GrayBits {
 };
 GrayBits active_gray_bits(const BitmapHandle &bitmap) noexcept;
 
+// Gray bits low..high of a pixel of `bits` as the value's first bit and
+// width: a negative low bit means 0 and a negative high bit the top bit.
+// False when that is not a range of the pixel (high above the top bit, or
+// below low).
+struct GrayRange {
+  std::uint32_t low, width;
+  std::uint64_t mask() const { return (std::uint64_t{1} << width) - 1; }
+};
+bool gray_range(std::int32_t low, std::int32_t high, std::int32_t bits, GrayRange *range) noexcept;
+
 // Free a bitmap's storage, whatever its kind, and clear its kind's flags;
 // palette, tables and FLAG_ALLOCATED are left to the caller.
 void release_storage(BitmapHandle &bitmap) noexcept;

@@ -118,8 +118,9 @@ std::uint32_t arena_alloc(void **arena, std::uint32_t bytes) noexcept {
     c.next_chunk = rest;
     c.data_size = r;
     if (header(a).last_chunk == offset) header(a).last_chunk = rest;
+    // Free chunks never touch, so the one after `rest` is in use: nothing
+    // to merge.
     push_free(a, rest);
-    if (next_is_free(a, rest)) absorb_next(a, rest);
   }
   unlink_free(a, offset);
   return offset;

@@ -51,6 +51,15 @@ GrayBits active_gray_bits(const BitmapHandle &bitmap) noexcept {
   return bits;
 }
 
+bool gray_range(std::int32_t low, std::int32_t high, std::int32_t bits, GrayRange *range) noexcept {
+  if (low < 0) low = 0;
+  if (high < 0) high = bits - 1;
+  if (high > bits - 1 || low > high) return false;
+  range->low = static_cast<std::uint32_t>(low);
+  range->width = static_cast<std::uint32_t>(high - low + 1);
+  return true;
+}
+
 MemoryBlock aligned_in(void *block) noexcept {
   const auto address = reinterpret_cast<std::uintptr_t>(block);
   const std::uintptr_t aligned = (address + 31) & ~std::uintptr_t{31};

@@ -7,6 +7,7 @@
 
 #include "core/bitmap_core.h"
 #include "core/bitmap_heap.h"
+#include "core/byte_order.h"
 #include "io/run_length.h"
 #include "platform/heap.h"
 #include "vxkrn/heap.h"
@@ -48,14 +49,12 @@ Table *table_of(const BitmapHandle &b) {
   return static_cast<Table *>(static_cast<void *>(b.Data));
 }
 
-RowRef &row_ref(const BitmapHandle &b, int32_t row) {
-  return table_of(b)
-      ->groups[static_cast<uint32_t>(row) / kRowsPerGroup]
-      ->rows[static_cast<uint32_t>(row) % kRowsPerGroup];
+RowGroup *group_of(const Table *table, int64_t row) {
+  return table->groups[static_cast<uint64_t>(row) / kRowsPerGroup];
 }
 
-void *arena_of(const BitmapHandle &b, int32_t row) {
-  return table_of(b)->groups[static_cast<uint32_t>(row) / kRowsPerGroup]->arena;
+RowRef &row_ref(RowGroup *group, int64_t row) {
+  return group->rows[static_cast<uint64_t>(row) % kRowsPerGroup];
 }
 
 // A group for `rows` rows of `width` pixels; null when memory ran out.
@@ -83,32 +82,33 @@ uint32_t rows_in_group(int32_t height, uint32_t group) {
   return static_cast<uint32_t>(end - begin);
 }
 
-uint64_t record_size(uint32_t words) {
-  return (uint64_t{words} + 2) * 2;
-}
-
 void forget_row(Table *table, RowGroup *group, RowRef &ref) {
   if (!ref.chunk) return;
   arena_free(group->arena, ref.chunk);
-  table->stored_bytes -= record_size(ref.words);
+  table->stored_bytes -= io::words_to_record_bytes(ref.words);
   ref = RowRef{0, 0};
 }
 
-// A run of `pixels` 0 pixels as a record, split as the encoder splits.
+// The record the encoder makes of `pixels` 0 pixels: whole bytes add up to
+// 65528 per word, the bits of a last partial byte join the word while it
+// stays within 65535, and words are separated by 1 runs of no pixels.
 void blank_record(uint64_t pixels, uint8_t *out) {
+  constexpr uint64_t kWholeBytesPerWord = io::kMaxRunWord / 8 * 8;
   uint32_t n = 0;
-  for (uint64_t left = pixels;;) {
-    const uint64_t word = left < io::kMaxRunWord ? left : io::kMaxRunWord;
-    out[4 + 2 * n] = static_cast<uint8_t>(word);
-    out[5 + 2 * n] = static_cast<uint8_t>(word >> 8);
-    ++n;
-    left -= word;
-    if (left == 0) break;
-    out[4 + 2 * n] = out[5 + 2 * n] = 0;  // a 1 run of no pixels between
-    ++n;
+  auto put = [&](uint64_t word) { core::store16(out + 4 + 2 * uint64_t{n++}, uint32_t(word)); };
+  uint64_t whole = pixels / 8 * 8;
+  const uint64_t rest = pixels % 8;
+  for (; whole > kWholeBytesPerWord; whole -= kWholeBytesPerWord) {
+    put(kWholeBytesPerWord);
+    put(0);
   }
-  for (int k = 0; k < 4; ++k)
-    out[k] = static_cast<uint8_t>(n >> (8 * k));
+  if (whole + rest > io::kMaxRunWord) {
+    put(whole);
+    put(0);
+    whole = 0;
+  }
+  put(whole + rest);
+  core::store32(out, n);
 }
 
 }  // namespace
@@ -173,8 +173,8 @@ ResultCode compressed_resize(BitmapHandle &bitmap, int32_t new_height) noexcept 
   // Rows at and above the new height are freed; rows between the heights
   // (when growing) were never written or were freed by an earlier shrink.
   for (int64_t row = new_height; row < bitmap.Height; ++row) {
-    RowGroup *group = table->groups[static_cast<uint32_t>(row) / kRowsPerGroup];
-    forget_row(table, group, group->rows[static_cast<uint32_t>(row) % kRowsPerGroup]);
+    RowGroup *group = group_of(table, row);
+    forget_row(table, group, row_ref(group, row));
   }
   for (uint32_t g = needs; g < had; ++g) {
     free_group(table->groups[g]);
@@ -189,24 +189,25 @@ uint64_t compressed_size(const BitmapHandle &bitmap) noexcept {
 
 void compressed_read(const BitmapHandle &bitmap, int32_t row, uint64_t column, uint64_t count,
                      uint8_t *dest) noexcept {
-  const RowRef &ref = row_ref(bitmap, row);
-  const uint8_t *words = ref.chunk ? arena_data(arena_of(bitmap, row), ref.chunk) : nullptr;
+  RowGroup *group = group_of(table_of(bitmap), row);
+  const RowRef &ref = row_ref(group, row);
+  const uint8_t *words = ref.chunk ? arena_data(group->arena, ref.chunk) : nullptr;
   io::decode_runs(words, ref.words, column, count, dest);
 }
 
 void compressed_get_record(const BitmapHandle &bitmap, int32_t row, uint8_t *out) noexcept {
-  const RowRef &ref = row_ref(bitmap, row);
+  RowGroup *group = group_of(table_of(bitmap), row);
+  const RowRef &ref = row_ref(group, row);
   if (!ref.chunk) return blank_record(static_cast<uint64_t>(bitmap.Width), out);
-  for (int k = 0; k < 4; ++k)
-    out[k] = static_cast<uint8_t>(ref.words >> (8 * k));
-  std::memcpy(out + 4, arena_data(arena_of(bitmap, row), ref.chunk), 2 * uint64_t{ref.words});
+  core::store32(out, ref.words);
+  std::memcpy(out + 4, arena_data(group->arena, ref.chunk), 2 * uint64_t{ref.words});
 }
 
 ResultCode compressed_put_record(BitmapHandle &bitmap, int32_t row,
                                  const uint8_t *record) noexcept {
   Table *table = table_of(bitmap);
-  RowGroup *group = table->groups[static_cast<uint32_t>(row) / kRowsPerGroup];
-  RowRef &ref = group->rows[static_cast<uint32_t>(row) % kRowsPerGroup];
+  RowGroup *group = group_of(table, row);
+  RowRef &ref = row_ref(group, row);
   const uint32_t words = io::record_words(record);
   // The new chunk first: a failure keeps the old row.
   const uint32_t chunk = arena_alloc(&group->arena, words ? 2 * words : 2);
@@ -214,7 +215,7 @@ ResultCode compressed_put_record(BitmapHandle &bitmap, int32_t row,
   if (words) std::memcpy(arena_data(group->arena, chunk), record + 4, 2 * uint64_t{words});
   forget_row(table, group, ref);
   ref = RowRef{chunk, words};
-  table->stored_bytes += record_size(words);
+  table->stored_bytes += io::words_to_record_bytes(words);
   bitmap.Size = capped_size(table->stored_bytes);
   return RC_SUCCESS;
 }

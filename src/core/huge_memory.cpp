@@ -13,24 +13,6 @@ namespace {
 
 constexpr std::int32_t kNoFile = -1;
 
-// A temporary file of `size` bytes that is deleted when closed, or -1.
-std::int32_t create_backing_file(std::uint32_t size) noexcept {
-  wchar_t name[VXKRN_MAX_PATH];
-  if (V_OsGetTempName(name) != RC_SUCCESS) return kNoFile;
-  const std::int32_t file = V_OsCreat(name, 0);
-  if (file == FILE_NO_HANDLE || !io::register_temp_file(file, name)) {
-    if (file != FILE_NO_HANDLE) V_OsClose(file, nullptr);
-    V_OsDelete(name);
-    return kNoFile;
-  }
-  // Registered: closing deletes it from here on.
-  if (V_OsSetFileSize(file, size) != 0) {
-    io::close_file(file);
-    return kNoFile;
-  }
-  return file;
-}
-
 // Replace the view (there is none on entry) by one holding offset `o` for at
 // least `n` bytes. The view is as long as the rest of the block allows, and
 // halved while the system refuses it. Its length is counted from the aligned
@@ -55,13 +37,10 @@ void unmap_view(HugeMemory &memory) noexcept {
   memory.Address = nullptr;
 }
 
-// Close the section and the file behind it. When a file backs the section,
-// its descriptor is the section's, and closing it deletes the file.
+// Close the section. When a file backs it, the file's descriptor is the
+// section, and closing it deletes the file.
 void close_section(HugeMemory &memory) noexcept {
-  if (memory.BackingFile != kNoFile)
-    io::close_file(memory.BackingFile);
-  else
-    io::close_file(static_cast<std::int32_t>(memory.Mapping));
+  io::close_file(static_cast<std::int32_t>(memory.Mapping));
 }
 
 std::uint8_t *at(void *base, std::uint32_t offset) {
@@ -73,7 +52,7 @@ std::uint8_t *at(void *base, std::uint32_t offset) {
 
 using vxkrn::core::at;
 using vxkrn::core::close_section;
-using vxkrn::core::create_backing_file;
+namespace io = vxkrn::io;
 using vxkrn::core::kNoFile;
 using vxkrn::core::map_view;
 using vxkrn::core::unmap_view;
@@ -95,8 +74,7 @@ HugeMemory *V_AllocHugeMemory(uint32_t size) {
 
   std::int32_t section = platform::shared_memory_create(size);
   if (section < 0) {
-    memory.BackingFile = create_backing_file(size);
-    if (memory.BackingFile == kNoFile) return nullptr;
+    if (io::create_temp_file(size, &memory.BackingFile) != RC_SUCCESS) return nullptr;
     section = memory.BackingFile;  // a file can be mapped as it is
   }
   memory.Mapping = section;

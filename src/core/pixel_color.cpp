@@ -1,7 +1,9 @@
 // Single pixels as colour values: read and written through the row
 // functions, converted with the converter's own rules.
+#include "color/color_value.h"
 #include "color/palette_search.h"
 #include "core/bitmap_core.h"
+#include "core/bitmap_lock.h"
 #include "core/checks.h"
 #include "core/pixel_layout.h"
 #include "vxkrn/bitmap.h"
@@ -10,6 +12,7 @@
 #include "vxkrn/rows.h"
 
 using namespace vxkrn::core;
+using vxkrn::color::make_rgb;
 
 namespace {
 
@@ -21,7 +24,7 @@ struct PixelBytes {
   uint32_t count;
   uint64_t first_bit;
   uint8_t bytes[8];
-  int32_t was_accessed;
+  BitmapLock lock;
 
   PixelBytes(BitmapHandle *b, int32_t r, int32_t c)
       : bitmap(b),
@@ -31,8 +34,7 @@ struct PixelBytes {
         first_bit(static_cast<uint64_t>(c) * static_cast<uint64_t>(b->BitsPerPixel) -
                   8 * column_offset(b->BitsPerPixel, static_cast<uint64_t>(c))),
         bytes{},
-        was_accessed(V_LockBitmap(b)) {}
-  ~PixelBytes() { V_UnlockBitmap(bitmap, was_accessed); }
+        lock(b) {}
   bool read() { return V_GetBitmapRowCol(bitmap, bytes, row, column, count) == int32_t(count); }
   ResultCode write() {
     const int32_t written = V_PutBitmapRowCol(bitmap, bytes, row, column, count);
@@ -53,15 +55,11 @@ bool is_gray_format(const BitmapHandle &b) {
          (b.BitsPerPixel == 12 || b.BitsPerPixel == 16 || b.BitsPerPixel == 32);
 }
 
-// The active gray description as (low, mask); false when it is not a range
-// of the pixel.
-bool active_range(const BitmapHandle &b, uint32_t *low, uint64_t *mask) {
+// The active gray description as a range; false when it is not a range of
+// the pixel.
+bool active_range(const BitmapHandle &b, GrayRange *range) {
   const GrayBits bits = active_gray_bits(b);
-  const int32_t from = bits.low < 0 ? 0 : bits.low;
-  if (bits.high > b.BitsPerPixel - 1 || from > bits.high) return false;
-  *low = static_cast<uint32_t>(from);
-  *mask = (uint64_t{1} << (bits.high - from + 1)) - 1;
-  return true;
+  return gray_range(bits.low, bits.high, b.BitsPerPixel, range);
 }
 
 uint32_t raw_gray(const PixelBytes &p) {
@@ -76,10 +74,6 @@ void set_raw_gray(PixelBytes &p, uint32_t v) {
   if (p.bitmap->BitsPerPixel == 12) return p.set_packed(v);
   for (uint32_t i = 0; i < p.count; ++i, v >>= 8)
     p.bytes[i] = static_cast<uint8_t>(v);
-}
-
-ColorValue rgb(uint32_t red, uint32_t green, uint32_t blue) {
-  return red | green << 8 | blue << 16;
 }
 
 }  // namespace
@@ -97,25 +91,25 @@ ColorValue V_GetPixelColor(BitmapHandle *bitmap, int32_t row, int32_t column) {
     PaletteEntry entry;
     const uint32_t index = bits == 8 ? pixel.bytes[0] : pixel.packed();
     if (V_GetBitmapPaletteEntries(bitmap, index, 1, &entry) != 1) return PIXEL_COLOR_FAILED;
-    return rgb(entry.Red, entry.Green, entry.Blue);
+    return make_rgb(entry);
   }
   if (is_gray_format(*bitmap)) {
-    uint32_t low;
-    uint64_t mask;
-    if (!active_range(*bitmap, &low, &mask)) return PIXEL_COLOR_FAILED;
-    const uint64_t v = (raw_gray(pixel) >> low) & mask;
+    GrayRange range;
+    if (!active_range(*bitmap, &range)) return PIXEL_COLOR_FAILED;
+    const uint64_t mask = range.mask();
+    const uint64_t v = (raw_gray(pixel) >> range.low) & mask;
     return (COLOR_KIND_GRAY << 24) | static_cast<uint32_t>(v * 65535 / mask);
   }
   if (V_ConvertBufferExt(pixel.bytes, 1, bits, 24, bitmap->Order, ORDER_RGB, nullptr, nullptr, 0,
                          -1, -1) != RC_SUCCESS)
     return PIXEL_COLOR_FAILED;
-  return rgb(pixel.bytes[0], pixel.bytes[1], pixel.bytes[2]);
+  return make_rgb(pixel.bytes[0], pixel.bytes[1], pixel.bytes[2]);
 }
 
 ResultCode V_PutPixelColor(BitmapHandle *bitmap, int32_t row, int32_t column, ColorValue color) {
   VXKRN_TRY(check_allocated_handle(bitmap, RC_INVALID_BITMAP, RC_INVALID_BITMAP));
   if (!inside(*bitmap, row, column)) return RC_INVALID_PARAMETER;
-  const uint32_t kind = color >> 24;
+  const uint32_t kind = vxkrn::color::kind_of(color);
   const int32_t bits = bitmap->BitsPerPixel;
   const bool gray_bitmap = is_gray_format(*bitmap);
   if (kind != COLOR_KIND_RGB && kind != COLOR_KIND_INDEX && kind != COLOR_KIND_GRAY)
@@ -123,13 +117,11 @@ ResultCode V_PutPixelColor(BitmapHandle *bitmap, int32_t row, int32_t column, Co
   if (kind == COLOR_KIND_INDEX &&
       (bits > 8 || (color & 0xFFFF) >= static_cast<uint32_t>(bitmap->ColorCount)))
     return RC_INVALID_PARAMETER;
-  if (kind == COLOR_KIND_GRAY && !gray_bitmap) {
-    const uint32_t g = (color >> 8) & 0xFF;  // the gray level's high byte
-    color = rgb(g, g, g);
-  }
+  if (kind == COLOR_KIND_GRAY && !gray_bitmap) color = vxkrn::color::gray_as_rgb(color);
   PixelBytes pixel(bitmap, row, column);
   if (!pixel.read()) return RC_FILE_READ;
-  const uint32_t red = color & 0xFF, green = (color >> 8) & 0xFF, blue = (color >> 16) & 0xFF;
+  const uint32_t red = vxkrn::color::red_of(color), green = vxkrn::color::green_of(color),
+                 blue = vxkrn::color::blue_of(color);
 
   if (bits <= 8) {
     uint32_t index = color & 0xFFFF;
@@ -146,13 +138,12 @@ ResultCode V_PutPixelColor(BitmapHandle *bitmap, int32_t row, int32_t column, Co
     return pixel.write();
   }
   if (gray_bitmap && kind == COLOR_KIND_GRAY) {
-    uint32_t low;
-    uint64_t mask;
-    if (!active_range(*bitmap, &low, &mask)) return RC_INVALID_PARAMETER;
+    GrayRange range;
+    if (!active_range(*bitmap, &range)) return RC_INVALID_PARAMETER;
     // Rounded, so that writing back a value read by V_GetPixelColor
     // restores the pixel.
-    const uint64_t v = ((color & 0xFFFF) * mask + 32767) / 65535;
-    set_raw_gray(pixel, static_cast<uint32_t>(v << low));
+    const uint64_t v = ((color & 0xFFFF) * range.mask() + 32767) / 65535;
+    set_raw_gray(pixel, static_cast<uint32_t>(v << range.low));
     return pixel.write();
   }
   // A colour through the converter, from 24-bit RGB into the pixel's format.

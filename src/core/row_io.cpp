@@ -26,15 +26,15 @@ std::uint64_t pixel_offset(const BitmapHandle &bitmap, std::int32_t row,
 namespace {
 
 // Rows of compressed storage are decoded, patched and encoded whole; `count`
-// bytes from byte `offset` of the rows as plain data.
+// bytes from byte `offset` of the rows as plain data. Whole rows are read
+// straight into the caller's buffer; only a partial row or a write needs the
+// scratch row and record, taken once for the call.
 std::int32_t compressed_transfer(const BitmapHandle &bitmap, std::uint64_t offset, uint8_t *buffer,
                                  std::uint32_t count, Direction direction) {
   const auto stride = static_cast<std::uint64_t>(bitmap.BytesPerLine);
   const auto width = static_cast<std::uint64_t>(bitmap.Width);
-  platform::RuntimeBlock scratch(platform::rt_alloc(stride + io::max_record_bytes(width), true));
-  if (!scratch) return RC_NO_MEMORY;
-  auto *row = static_cast<uint8_t *>(scratch.get());
-  uint8_t *record = row + stride;
+  const std::uint64_t pixel_bytes = (width + 7) / 8;
+  platform::RuntimeBlock scratch;
   // Writing changes the storage behind the record (and its Size): only the
   // put entry points, which hold the record writable, come here to write.
   auto &target = const_cast<BitmapHandle &>(bitmap);
@@ -43,14 +43,26 @@ std::int32_t compressed_transfer(const BitmapHandle &bitmap, std::uint64_t offse
     const std::uint64_t at = (offset + done) % stride;
     const std::uint64_t piece = count - done < stride - at ? count - done : stride - at;
     const bool whole_row = at == 0 && piece == stride;
-    if (direction == Direction::Read || !whole_row) {
+    if (direction == Direction::Read && whole_row) {
+      compressed_read(bitmap, y, 0, width, buffer + done);
+      // The padding after the pixels reads as 0.
+      std::memset(buffer + done + pixel_bytes, 0, stride - pixel_bytes);
+      done += piece;
+      continue;
+    }
+    if (!scratch) {
+      scratch.reset(platform::rt_alloc(stride + io::max_record_bytes(width)));
+      if (!scratch) return RC_NO_MEMORY;
+    }
+    auto *row = static_cast<uint8_t *>(scratch.get());
+    if (!whole_row) {
       compressed_read(bitmap, y, 0, width, row);
-      // The padding after the pixels reads as 0, whatever an earlier write left.
-      std::memset(row + (width + 7) / 8, 0, stride - (width + 7) / 8);
+      std::memset(row + pixel_bytes, 0, stride - pixel_bytes);
     }
     if (direction == Direction::Read) {
       std::memcpy(buffer + done, row + at, piece);
     } else {
+      uint8_t *record = row + stride;
       std::memcpy(row + at, buffer + done, piece);
       io::encode_row(row, 0, width, record);
       VXKRN_TRY(compressed_put_record(target, y, record));
@@ -102,36 +114,6 @@ std::int32_t transfer_bytes(const BitmapHandle &bitmap, std::uint64_t offset, vo
     default:
       return RC_NO_MEMORY;
   }
-}
-
-std::int32_t row_segments(const BitmapHandle &bitmap, std::int32_t /*row*/, RowSegment *out,
-                          std::int32_t capacity) noexcept {
-  if (capacity > 0) out[0] = RowSegment{0, bitmap.Width};
-  return 1;
-}
-
-ResultCode create_disk_storage(std::uint32_t size, std::int32_t *file) noexcept {
-  wchar_t name[VXKRN_MAX_PATH];
-  if (V_OsGetTempName(name) != RC_SUCCESS) return RC_NO_MEMORY;
-  const std::int32_t handle = V_OsCreat(name, 0);
-  if (handle == FILE_NO_HANDLE || !io::register_temp_file(handle, name)) {
-    if (handle != FILE_NO_HANDLE) platform::file_close(handle);
-    V_OsDelete(name);
-    return RC_NO_MEMORY;
-  }
-  // From here on closing the handle also deletes the file.
-  const std::uint8_t zero = 0;
-  if (platform::file_seek(handle, size, platform::Origin::Start) != std::int64_t{size}) {
-    io::close_file(handle);
-    return RC_NO_MEMORY;
-  }
-  if (platform::file_write_some(handle, &zero, 1) != 1) {
-    io::close_file(handle);
-    return RC_FILE_WRITE;
-  }
-  platform::file_seek(handle, 0, platform::Origin::Start);
-  *file = handle;
-  return RC_SUCCESS;
 }
 
 ResultCode resize_disk_storage(std::int32_t file, std::uint64_t bytes) noexcept {

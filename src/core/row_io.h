@@ -27,19 +27,7 @@ std::uint64_t data_bytes(const BitmapHandle &bitmap) noexcept;
 std::uint64_t pixel_offset(const BitmapHandle &bitmap, std::int32_t row,
                            std::int32_t column) noexcept;
 
-// The parts of a stored row that hold pixel data, as (first column, pixel
-// count) pairs. Every storage kind holds whole rows: one pair (0, Width).
-struct RowSegment {
-  std::int32_t first_column;
-  std::int32_t pixel_count;
-};
-// Writes at most `capacity` pairs; returns how many the row has.
-std::int32_t row_segments(const BitmapHandle &bitmap, std::int32_t row, RowSegment *out,
-                          std::int32_t capacity) noexcept;
-
-// Temporary-file storage: a registered file of size + 1 bytes (the byte past
-// the data is written so the file has its full length).
-ResultCode create_disk_storage(std::uint32_t size, std::int32_t *file) noexcept;
+// Temporary-file storage (made by io::create_temp_file, Size + 1 bytes).
 // Set the file to exactly `bytes`. RC_NO_MEMORY when it cannot be done.
 ResultCode resize_disk_storage(std::int32_t file, std::uint64_t bytes) noexcept;
 // Close the file, which deletes it.

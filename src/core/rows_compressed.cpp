@@ -3,6 +3,7 @@
 #include "core/bitmap_lock.h"
 #include "core/checks.h"
 #include "core/progress.h"
+#include "core/row_io.h"
 #include "core/compressed_storage.h"
 #include "io/run_length.h"
 #include "platform/heap.h"
@@ -40,15 +41,14 @@ uint32_t rows_to_move(const BitmapHandle &bitmap, int32_t first_row, uint32_t ro
 }
 
 bool compressed(const BitmapHandle &bitmap) {
-  return (bitmap.Flags & (FLAG_ALLOCATED | FLAG_COMPRESSED)) == (FLAG_ALLOCATED | FLAG_COMPRESSED);
+  return has_flags(bitmap, FLAG_ALLOCATED | FLAG_COMPRESSED);
 }
 
 // Records longer than the plain rows they stand for are no saving: the
 // bitmap goes back to plain storage, deliberately, quietly, and whether or
 // not that works the store itself succeeded.
 void switch_if_larger(BitmapHandle *bitmap) {
-  const uint64_t plain = uint64_t(uint32_t(bitmap->BytesPerLine)) * uint32_t(bitmap->Height);
-  if (!compressed(*bitmap) || compressed_size(*bitmap) <= plain) return;
+  if (!compressed(*bitmap) || compressed_size(*bitmap) <= data_bytes(*bitmap)) return;
   QuietCallbacks quiet;
   V_ChangeBitmapCompression(bitmap, 0);
 }

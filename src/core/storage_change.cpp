@@ -33,14 +33,22 @@ void take_storage(BitmapHandle &bitmap, BitmapHandle &fresh) {
   V_FreeGrayParams(&fresh);
 }
 
-// The pixels are in `fresh` once the copy succeeded; otherwise it goes again.
-ResultCode fill_and_take(BitmapHandle &bitmap, BitmapHandle &fresh) {
-  const ResultCode rc = V_CopyBitmapData(&fresh, &bitmap);
+// Move the pixels into new storage allocated as `memory_type`, built in
+// `work` (a record of the caller's choosing) and swapped in only when full.
+ResultCode move_storage(BitmapHandle &bitmap, BitmapHandle &work, int32_t memory_type) {
+  VXKRN_TRY(V_DupBitmapNewDim(&work, &bitmap, BITMAPHANDLE_SIZE, bitmap.Width, bitmap.Height,
+                              bitmap.BitsPerPixel, 0));
+  ResultCode rc = V_AllocateBitmap(&work, memory_type);
   if (rc != RC_SUCCESS) {
-    V_FreeDuplicateBitmap(&fresh, DUP_ALLOCATE);
+    V_FreeDuplicateBitmap(&work, 0);
     return rc;
   }
-  take_storage(bitmap, fresh);
+  rc = V_CopyBitmapData(&work, &bitmap);
+  if (rc != RC_SUCCESS) {
+    V_FreeDuplicateBitmap(&work, DUP_ALLOCATE);
+    return rc;
+  }
+  take_storage(bitmap, work);
   return RC_SUCCESS;
 }
 
@@ -56,33 +64,20 @@ extern "C" {
 ResultCode V_ChangeBitmapCompression(BitmapHandle *bitmap, int32_t target) {
   if (!bitmap || !(bitmap->Flags & FLAG_ALLOCATED)) return RC_INVALID_BITMAP;
   VXKRN_TRY(check_struct_size(bitmap->StructSize));
+  // Each target: the flag that says the bitmap has it, and the memory type
+  // that makes it (compressed rows only for 1 bit; other depths get a block).
   constexpr uint32_t kKinds = FLAG_COMPRESSED | FLAG_SUPER_COMPRESSED;
-  uint32_t wanted;
-  switch (target) {
-    case 0:
-      wanted = 0;
-      break;
-    case 1:
-      wanted = FLAG_COMPRESSED;
-      break;
-    case 2:
-      wanted = FLAG_SUPER_COMPRESSED;
-      break;
-    default:
-      return RC_INVALID_PARAMETER;
-  }
-  if (wanted ? (bitmap->Flags & wanted) != 0 : (bitmap->Flags & kKinds) == 0) return RC_SUCCESS;
-
-  // The duplicate takes its storage kind from the source's flags, so they
-  // name the target for the length of that call.
-  const uint32_t flags = bitmap->Flags;
-  bitmap->Flags = (flags & ~kKinds) | wanted;
-  BitmapHandle fresh;
-  const ResultCode rc = V_DupBitmapNewDim(&fresh, bitmap, BITMAPHANDLE_SIZE, bitmap->Width,
-                                          bitmap->Height, bitmap->BitsPerPixel, DUP_ALLOCATE);
-  bitmap->Flags = flags;
-  if (rc != RC_SUCCESS) return rc;
-  VXKRN_TRY(fill_and_take(*bitmap, fresh));
+  constexpr struct {
+    uint32_t flag;
+    int32_t memory_type;
+  } kTargets[] = {{0, MEM_CONVENTIONAL},
+                  {FLAG_COMPRESSED, MEM_MOD_COMPRESS | MEM_CONVENTIONAL},
+                  {FLAG_SUPER_COMPRESSED, MEM_SUPER}};
+  if (target < 0 || target > 2) return RC_INVALID_PARAMETER;
+  const uint32_t has = bitmap->Flags & kKinds;
+  if (kTargets[target].flag ? (has & kTargets[target].flag) != 0 : has == 0) return RC_SUCCESS;
+  BitmapHandle work;
+  VXKRN_TRY(move_storage(*bitmap, work, kTargets[target].memory_type));
   // The copy grew the arenas row by row; what is left over goes back.
   if (bitmap->Flags & FLAG_COMPRESSED) compressed_trim(*bitmap);
   return RC_SUCCESS;
@@ -106,18 +101,10 @@ ResultCode V_SetBitmapMemoryInfo(BitmapHandle *bitmap, int32_t memory_type, int3
 
   vxkrn::platform::RuntimeBlock block(vxkrn::platform::rt_alloc(sizeof(BitmapHandle)));
   if (!block) return RC_NO_MEMORY;
-  auto &work = *static_cast<BitmapHandle *>(block.get());
-  VXKRN_TRY(V_DupBitmapNewDim(&work, bitmap, BITMAPHANDLE_SIZE, bitmap->Width, bitmap->Height,
-                              bitmap->BitsPerPixel, 0));
   // A temporary file is asked for as memory first, with the file as the
   // fallback when memory runs out.
-  const ResultCode rc =
-      V_AllocateBitmap(&work, memory_type == MEM_DISK ? MEM_CONVENTIONAL : memory_type);
-  if (rc != RC_SUCCESS) {
-    V_FreeDuplicateBitmap(&work, 0);
-    return rc;
-  }
-  return fill_and_take(*bitmap, work);
+  return move_storage(*bitmap, *static_cast<BitmapHandle *>(block.get()),
+                      memory_type == MEM_DISK ? MEM_CONVENTIONAL : memory_type);
 }
 
 ResultCode V_GrowBitmapHeap(BitmapHandle *bitmap, uint32_t bytes) {

@@ -6,24 +6,16 @@
 #include <cstddef>
 #include <cstring>
 
+#include "core/bitmap_core.h"
+#include "core/byte_order.h"
 #include "vxkrn/compress.h"
 
 namespace vxkrn::io {
 namespace {
 
-// Little-endian 16 and 32-bit values a byte at a time: records are only
-// 2-byte aligned and the format is the same on every host.
-inline std::uint32_t load16(const std::uint8_t *p) {
-  return p[0] | std::uint32_t{p[1]} << 8;
-}
-inline void store16(std::uint8_t *p, std::uint32_t v) {
-  p[0] = static_cast<std::uint8_t>(v);
-  p[1] = static_cast<std::uint8_t>(v >> 8);
-}
-inline void store32(std::uint8_t *p, std::uint32_t v) {
-  store16(p, v & 0xFFFF);
-  store16(p + 2, v >> 16);
-}
+using core::load16;
+using core::store16;
+using core::store32;
 
 // The runs of one byte value, most significant bit first, already in their
 // output form so that appending them is one fixed-size copy.
@@ -200,11 +192,6 @@ inline void set_ones(std::uint8_t *dest, std::uint64_t at, std::uint64_t length)
   *last_byte = tail;
 }
 
-// Plain rows in buffers: multiples of 4 bytes.
-inline std::uint64_t plain_stride(std::uint32_t width) {
-  return ((std::uint64_t{width} + 31) >> 3) & ~std::uint64_t{3};
-}
-
 }  // namespace
 
 std::uint32_t encode_row(const std::uint8_t *source, std::uint32_t first_bit, std::uint64_t count,
@@ -261,11 +248,11 @@ void decode_runs(const std::uint8_t *words, std::uint32_t n, std::uint64_t colum
 }
 
 std::uint32_t record_words(const std::uint8_t *record) noexcept {
-  return load16(record) | load16(record + 2) << 16;
+  return core::load32(record);
 }
 
 std::uint64_t record_bytes(const std::uint8_t *record) noexcept {
-  return (std::uint64_t{record_words(record)} + 2) * 2;
+  return words_to_record_bytes(record_words(record));
 }
 
 }  // namespace vxkrn::io
@@ -285,10 +272,10 @@ ResultCode V_CompressRows(void *destination, const void *source, uint32_t width,
   if (!destination || !source) return RC_INVALID_PARAMETER;
   auto *out = static_cast<uint8_t *>(destination);
   const auto *in = static_cast<const uint8_t *>(source);
-  const std::size_t stride = static_cast<std::size_t>(plain_stride(width));
+  const std::size_t stride = static_cast<std::size_t>(vxkrn::core::bytes_per_line(width, 1));
   for (uint32_t row = 0; row < rows; ++row) {
     const uint32_t n = encode_row(in, 0, width, out);
-    out += (std::size_t{n} + 2) * 2;
+    out += static_cast<std::size_t>(words_to_record_bytes(n));
     in += stride;
   }
   return RC_SUCCESS;
@@ -305,11 +292,11 @@ ResultCode V_ExpandRows(const void *records, void *destination, uint32_t width, 
   if (!records || !destination) return RC_INVALID_PARAMETER;
   const auto *in = static_cast<const uint8_t *>(records);
   auto *out = static_cast<uint8_t *>(destination);
-  const std::size_t stride = static_cast<std::size_t>(plain_stride(width));
+  const std::size_t stride = static_cast<std::size_t>(vxkrn::core::bytes_per_line(width, 1));
   for (uint32_t row = 0; row < rows; ++row) {
     const uint32_t n = record_words(in);
     decode_runs(in + 4, n, 0, width, out);
-    in += (std::size_t{n} + 2) * 2;
+    in += static_cast<std::size_t>(words_to_record_bytes(n));
     out += stride;
   }
   return RC_SUCCESS;
@@ -337,7 +324,7 @@ ResultCode V_MirrorCompressedBuffer(const void *source, void *destination, uint3
       std::memcpy(out, words + 2 * std::size_t{i - 1}, 2);
       out += 2;
     }
-    in += (std::size_t{n} + 2) * 2;
+    in += static_cast<std::size_t>(words_to_record_bytes(n));
   }
   return RC_SUCCESS;
 }

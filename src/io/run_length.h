@@ -32,8 +32,12 @@ std::uint32_t encode_row(const std::uint8_t *source, std::uint32_t first_bit, st
 void decode_runs(const std::uint8_t *words, std::uint32_t n, std::uint64_t column,
                  std::uint64_t count, std::uint8_t *dest) noexcept;
 
-// N of a record, read byte by byte; and the record's size in bytes,
-// (N + 2) * 2.
+// Bytes of a record of n run words: the count word and the runs.
+constexpr std::uint64_t words_to_record_bytes(std::uint32_t n) {
+  return (std::uint64_t{n} + 2) * 2;
+}
+
+// N of a record; and the record's size in bytes.
 std::uint32_t record_words(const std::uint8_t *record) noexcept;
 std::uint64_t record_bytes(const std::uint8_t *record) noexcept;
 

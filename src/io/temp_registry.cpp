@@ -79,6 +79,24 @@ bool close_file(std::int32_t file) noexcept {
   return closed;
 }
 
+ResultCode create_temp_file(std::uint32_t size, std::int32_t *file) noexcept {
+  wchar_t name[VXKRN_MAX_PATH];
+  if (V_OsGetTempName(name) != RC_SUCCESS) return RC_NO_MEMORY;
+  const std::int32_t handle = V_OsCreat(name, 0);
+  if (handle == FILE_NO_HANDLE || !register_temp_file(handle, name)) {
+    if (handle != FILE_NO_HANDLE) platform::file_close(handle);
+    V_OsDelete(name);
+    return RC_NO_MEMORY;
+  }
+  // Registered: closing deletes it from here on.
+  if (V_OsSetFileSize(handle, size) != 0) {
+    close_file(handle);
+    return RC_FILE_WRITE;
+  }
+  *file = handle;
+  return RC_SUCCESS;
+}
+
 int registered_temp_files() noexcept {
   platform::LibraryLockGuard guard;
   return g_count;

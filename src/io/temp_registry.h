@@ -16,6 +16,12 @@ bool register_temp_file(std::int32_t file, const wchar_t *name) noexcept;
 // Returns whether the close succeeded.
 bool close_file(std::int32_t file) noexcept;
 
+// A new registered temporary file of exactly `size` bytes in the thread's
+// temporary directory: RC_NO_MEMORY when no file could be made and
+// registered, RC_FILE_WRITE when it could not be given its size (it is
+// deleted again).
+ResultCode create_temp_file(std::uint32_t size, std::int32_t *file) noexcept;
+
 // Entries currently held (tests).
 int registered_temp_files() noexcept;
 

@@ -5,6 +5,7 @@
 #include "core/bitmap_core.h"
 #include "core/bitmap_lock.h"
 #include "core/checks.h"
+#include "core/compressed_storage.h"
 #include "core/progress.h"
 #include "io/run_length.h"
 #include "platform/heap.h"
@@ -17,9 +18,6 @@ using namespace vxkrn::core;
 using vxkrn::transform::addressable;
 
 namespace {
-
-constexpr uint32_t kOwnCopy = 63;    // allocate like the source, own palette
-constexpr uint32_t kNoStorage = 14;  // own palette, storage allocated by the caller
 
 ResultCode check_copy(const BitmapHandle *destination, const BitmapHandle *source,
                       uint32_t struct_size) {
@@ -68,15 +66,39 @@ ResultCode copy_plain(BitmapHandle *destination, BitmapHandle *source) {
       return RC_SUCCESS;
     });
   }
-  vxkrn::platform::RuntimeBlock buffer(vxkrn::platform::rt_alloc(from > to ? from : to, true));
+  // Into compressed rows that all exist: each row encoded here into one
+  // record buffer, instead of a scratch block per row write.
+  const bool encodes = has_flags(*destination, FLAG_ALLOCATED | FLAG_COMPRESSED) &&
+                       destination->Height >= source->Height;
+  const uint64_t row_bytes = from > to ? from : to;
+  const uint64_t record_bytes =
+      encodes ? vxkrn::io::max_record_bytes(uint64_t(destination->Width)) : 0;
+  vxkrn::platform::RuntimeBlock buffer(vxkrn::platform::rt_alloc(row_bytes + record_bytes, true));
   if (!buffer) return RC_NO_MEMORY;
   auto *row = static_cast<uint8_t *>(buffer.get());
+  uint8_t *record = row + row_bytes;
   return each_row(*source, [&](int32_t y) {
     const int32_t got = V_GetBitmapRow(source, row, y, from);
     if (got < 0) return got;
+    if (encodes) {
+      vxkrn::io::encode_row(row, 0, uint64_t(destination->Width), record);
+      return compressed_put_record(*destination, y, record);
+    }
     return V_PutBitmapRow(destination, row, y, to) == static_cast<int32_t>(to) ? RC_SUCCESS
                                                                                : RC_NO_MEMORY;
   });
+}
+
+// A new bitmap like the source holding its pixels; freed again on failure.
+ResultCode copy_whole(BitmapHandle *destination, BitmapHandle *source, uint32_t struct_size,
+                      const int32_t *memory_type) {
+  VXKRN_TRY(check_copy(destination, source, struct_size));
+  if (destination == source) return RC_SUCCESS;
+  VXKRN_TRY(vxkrn::transform::duplicate_for_copy(destination, source, source->Width, source->Height,
+                                                 memory_type));
+  const ResultCode rc = V_CopyBitmapData(destination, source);
+  if (rc != RC_SUCCESS) V_FreeBitmap(destination);
+  return rc;
 }
 
 }  // namespace
@@ -98,36 +120,12 @@ ResultCode V_CopyBitmapData(BitmapHandle *destination, BitmapHandle *source) {
 }
 
 ResultCode V_CopyBitmap(BitmapHandle *destination, BitmapHandle *source, uint32_t struct_size) {
-  VXKRN_TRY(check_copy(destination, source, struct_size));
-  if (destination == source) return RC_SUCCESS;
-  VXKRN_TRY(V_DupBitmapNewDim(destination, source, BITMAPHANDLE_SIZE, source->Width, source->Height,
-                              source->BitsPerPixel, kOwnCopy));
-  const ResultCode rc = V_CopyBitmapData(destination, source);
-  if (rc != RC_SUCCESS) V_FreeBitmap(destination);
-  return rc;
+  return copy_whole(destination, source, struct_size, nullptr);
 }
 
 ResultCode V_CopyBitmap2(BitmapHandle *destination, BitmapHandle *source, int32_t memory_type,
                          uint32_t struct_size) {
-  VXKRN_TRY(check_copy(destination, source, struct_size));
-  if (destination == source) return RC_SUCCESS;
-  VXKRN_TRY(V_DupBitmapNewDim(destination, source, BITMAPHANDLE_SIZE, source->Width, source->Height,
-                              source->BitsPerPixel, kNoStorage));
-  ResultCode rc = RC_SUCCESS;
-  if (source->Order == ORDER_GRAY) {
-    destination->Order = ORDER_GRAY;
-    rc = V_CopyGrayParams(destination, source);
-  }
-  if (rc == RC_SUCCESS) rc = V_AllocateBitmap(destination, memory_type);
-  if (rc != RC_SUCCESS) {
-    V_FreeDuplicateBitmap(destination, kNoStorage);
-    V_FreeGrayParams(destination);
-    return rc;
-  }
-  vxkrn::transform::copy_map_table(*destination, *source);
-  rc = V_CopyBitmapData(destination, source);
-  if (rc != RC_SUCCESS) V_FreeBitmap(destination);
-  return rc;
+  return copy_whole(destination, source, struct_size, &memory_type);
 }
 
 }  // extern "C"

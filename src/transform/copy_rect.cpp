@@ -1,5 +1,6 @@
 // Rectangle copies and trimming: a new bitmap of the rectangle's size, the
 // overlap with the source copied row by row with its bits realigned.
+#include <algorithm>
 #include <cstring>
 
 #include "core/bitmap_lock.h"
@@ -17,9 +18,6 @@
 using namespace vxkrn::core;
 
 namespace {
-
-constexpr uint32_t kOwnCopy = 63;    // allocate like the source, own palette
-constexpr uint32_t kNoStorage = 14;  // own palette, storage allocated by the caller
 
 // Where the copied pixels start within their first byte, in bits. 12-bit
 // pixels are a whole nibble apart by the column's parity.
@@ -53,6 +51,12 @@ void clear_tail(uint8_t *row, uint32_t bytes, uint64_t used_bits, int32_t bits) 
 struct Rect {
   int64_t first_column, end_column, first_row, end_row;
 };
+
+// The part of the rectangle (left, top, width, height) inside the bitmap.
+Rect clip(const BitmapHandle &bitmap, int32_t left, int32_t top, int32_t width, int32_t height) {
+  return Rect{left > 0 ? left : 0, std::min<int64_t>(int64_t{left} + width, bitmap.Width),
+              top > 0 ? top : 0, std::min<int64_t>(int64_t{top} + height, bitmap.Height)};
+}
 
 // How the overlap's rows move: `read` bytes from the source column, moved
 // from bit offset `from` to `to`, `write` bytes at the result column.
@@ -101,9 +105,12 @@ ResultCode copy_rows(BitmapHandle *result, BitmapHandle *source, int32_t left, i
   auto *in = static_cast<uint8_t *>(buffer.get());
   uint8_t *out = direct ? nullptr : in + g.read;
   Progress progress = copy_progress(static_cast<uint32_t>(height));
-  *stopped = true;
-  VXKRN_TRY(progress.start());
-  *stopped = false;
+  // A callback's stop is told apart from a failure.
+  auto reported = [stopped](ResultCode rc) {
+    *stopped = rc != RC_SUCCESS;
+    return rc;
+  };
+  VXKRN_TRY(reported(progress.start()));
   const auto source_column = static_cast<int32_t>(r.first_column);
   const auto result_column = static_cast<int32_t>(r.first_column - left);
   for (int64_t y = r.first_row; y < r.end_row; ++y) {
@@ -118,9 +125,7 @@ ResultCode copy_rows(BitmapHandle *result, BitmapHandle *source, int32_t left, i
       const int32_t put = V_PutBitmapRowCol(result, out, result_row, result_column, g.write);
       if (put != static_cast<int32_t>(g.write)) return put < 0 ? put : RC_NO_MEMORY;
     }
-    *stopped = true;
-    VXKRN_TRY(progress.row_done());
-    *stopped = false;
+    VXKRN_TRY(reported(progress.row_done()));
   }
   return RC_SUCCESS;
 }
@@ -135,21 +140,8 @@ ResultCode copy_rect(BitmapHandle *destination, BitmapHandle *source, uint32_t s
   const bool in_place = !destination || destination == source;
   BitmapHandle scratch;
   BitmapHandle *result = in_place ? &scratch : destination;
-  if (memory_type) {
-    VXKRN_TRY(V_DupBitmapNewDim(result, source, BITMAPHANDLE_SIZE, width, height,
-                                source->BitsPerPixel, kNoStorage));
-    if (const ResultCode rc = V_AllocateBitmap(result, *memory_type); rc != RC_SUCCESS) {
-      V_FreeDuplicateBitmap(result, kNoStorage);
-      return rc;
-    }
-  } else {
-    VXKRN_TRY(V_DupBitmapNewDim(result, source, BITMAPHANDLE_SIZE, width, height,
-                                source->BitsPerPixel, kOwnCopy));
-  }
-  const Rect r{left > 0 ? left : 0,
-               int64_t{left} + width < source->Width ? int64_t{left} + width : source->Width,
-               top > 0 ? top : 0,
-               int64_t{top} + height < source->Height ? int64_t{top} + height : source->Height};
+  VXKRN_TRY(vxkrn::transform::duplicate_for_copy(result, source, width, height, memory_type));
+  const Rect r = clip(*source, left, top, width, height);
   if (r.end_column - r.first_column < 1 || r.end_row - r.first_row < 1) {
     if (in_place) V_FreeBitmap(result);  // nothing to copy: the source stays as it was
     return RC_SUCCESS;
@@ -185,15 +177,12 @@ ResultCode V_CopyBitmapRect2(BitmapHandle *destination, BitmapHandle *source, ui
 ResultCode V_TrimBitmap(BitmapHandle *bitmap, int32_t left, int32_t top, int32_t width,
                         int32_t height) {
   VXKRN_TRY(check_allocated_handle(bitmap, RC_INVALID_PARAMETER, RC_INVALID_PARAMETER));
-  const int64_t column = left > 0 ? left : 0, row = top > 0 ? top : 0;
-  const int64_t right =
-      int64_t{left} + width < bitmap->Width ? int64_t{left} + width : bitmap->Width;
-  const int64_t bottom =
-      int64_t{top} + height < bitmap->Height ? int64_t{top} + height : bitmap->Height;
-  if (right - column < 0 || bottom - row < 0) return RC_EMPTY_AREA;
-  return V_CopyBitmapRect(nullptr, bitmap, BITMAPHANDLE_SIZE, static_cast<int32_t>(column),
-                          static_cast<int32_t>(row), static_cast<int32_t>(right - column),
-                          static_cast<int32_t>(bottom - row));
+  const Rect r = clip(*bitmap, left, top, width, height);
+  if (r.end_column < r.first_column || r.end_row < r.first_row) return RC_EMPTY_AREA;
+  return V_CopyBitmapRect(nullptr, bitmap, BITMAPHANDLE_SIZE, static_cast<int32_t>(r.first_column),
+                          static_cast<int32_t>(r.first_row),
+                          static_cast<int32_t>(r.end_column - r.first_column),
+                          static_cast<int32_t>(r.end_row - r.first_row));
 }
 
 }  // extern "C"

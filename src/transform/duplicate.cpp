@@ -36,6 +36,28 @@ void copy_map_table(BitmapHandle &destination, const BitmapHandle &source) {
               sizeof destination.PaintScaleParms);
 }
 
+ResultCode duplicate_for_copy(BitmapHandle *result, const BitmapHandle *source, int32_t width,
+                              int32_t height, const int32_t *memory_type) {
+  if (!memory_type)
+    return V_DupBitmapNewDim(result, source, BITMAPHANDLE_SIZE, width, height, source->BitsPerPixel,
+                             kOwnCopy);
+  VXKRN_TRY(V_DupBitmapNewDim(result, source, BITMAPHANDLE_SIZE, width, height,
+                              source->BitsPerPixel, kNoStorage));
+  ResultCode rc = RC_SUCCESS;
+  if (source->Order == ORDER_GRAY) {
+    result->Order = ORDER_GRAY;
+    rc = V_CopyGrayParams(result, source);
+  }
+  if (rc == RC_SUCCESS) rc = V_AllocateBitmap(result, *memory_type);
+  if (rc != RC_SUCCESS) {
+    V_FreeDuplicateBitmap(result, kNoStorage);
+    V_FreeGrayParams(result);
+    return rc;
+  }
+  copy_map_table(*result, *source);
+  return RC_SUCCESS;
+}
+
 }  // namespace vxkrn::transform
 
 using namespace vxkrn::transform;

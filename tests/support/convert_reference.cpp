@@ -20,17 +20,8 @@ int64_t depth_of(int32_t bits) {
 
 // The format table: which orders each depth takes.
 bool accepted(int32_t bits, int32_t order) {
+  if (bits >= 0 && bits <= 8) return true;  // the order is ignored
   switch (bits) {
-    case 0:
-    case 1:
-    case 2:
-    case 3:
-    case 4:
-    case 5:
-    case 6:
-    case 7:
-    case 8:
-      return true;  // the order is ignored
     case 12:
       return order == ORDER_GRAY;
     case 16:
@@ -220,12 +211,10 @@ void leave_matrix_space(Pixel &p) {
 }
 
 // BGR samples into matrix space. The weights of the blue row sum to 8193,
-// so near-white 16-bit samples come out above 65535: the sample keeps its
-// low 16 bits, which is what storing the result in a 16-bit sample does.
-// 8-bit samples never exceed 255.
+// so near-white 16-bit samples come out above 65535 and are clamped to
+// 65535. 8-bit samples never exceed 255.
 void enter_matrix_space(Rgb &c, uint32_t top) {
   const uint64_t b0 = c.blue, b1 = c.green, b2 = c.red;
-  // The blue weights add up to 8193, so white overshoots a 16-bit sample.
   const auto clamp = [top](uint64_t v) { return static_cast<uint32_t>(v > top ? top : v); };
   c.red = clamp((4284 * b2 + 2841 * b1 + 1067 * b0 + 4095) >> 13);
   c.green = clamp((731 * b2 + 7067 * b1 + 394 * b0 + 4095) >> 13);

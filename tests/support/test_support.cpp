@@ -2,13 +2,17 @@
 #include "support/test_support.h"
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <random>
+
+#include "io/run_length.h"
 
 namespace vxkrn_test {
 
@@ -48,6 +52,28 @@ std::vector<std::string> TempDirTest::leftover_files() const {
     closedir(dir);
   }
   return names;
+}
+
+std::wstring TempDirTest::path(const std::string &name) const {
+  const std::string full = dir_ + name;
+  return std::wstring(full.begin(), full.end());
+}
+
+void TempDirTest::make_file(const std::string &name, const std::string &text) const {
+  const int fd = ::open((dir_ + name).c_str(), O_CREAT | O_TRUNC | O_WRONLY, 0600);
+  ASSERT_GE(fd, 0);
+  EXPECT_EQ(::write(fd, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+  ::close(fd);
+}
+
+void TempDirTest::remove(const std::string &name) const {
+  std::remove((dir_ + name).c_str());
+}
+
+std::string TempDirTest::make_too_deep_directory() const {
+  const std::string name(240 - dir_.size(), 'd');
+  EXPECT_EQ(::mkdir((dir_ + name).c_str(), 0700), 0);
+  return name;
 }
 
 void TempDirTest::TearDown() {
@@ -104,6 +130,18 @@ void sweep_allocation_failures(unsigned heap_mask, const std::function<void(unsi
   }
 }
 
+void make_bitmap(BitmapHandle &bitmap, std::int32_t width, std::int32_t height, std::int32_t bits,
+                 std::int32_t memory_type) {
+  ASSERT_EQ(V_InitBitmap(&bitmap, BITMAPHANDLE_SIZE, width, height, bits), RC_SUCCESS);
+  ASSERT_EQ(V_AllocateBitmap(&bitmap, memory_type), RC_SUCCESS);
+}
+
+std::int32_t memory_info(const BitmapHandle &bitmap) {
+  std::int32_t code = 0;
+  EXPECT_EQ(V_GetBitmapMemoryInfo(&bitmap, &code, nullptr, nullptr), RC_SUCCESS);
+  return code;
+}
+
 std::vector<std::uint8_t> random_rows(const BitmapHandle &bitmap, std::uint32_t seed) {
   const auto stride = static_cast<std::size_t>(bitmap.BytesPerLine);
   const auto used = static_cast<std::uint64_t>(bitmap.Width) * bitmap.BitsPerPixel;
@@ -149,6 +187,81 @@ std::vector<std::uint8_t> read_rows(BitmapHandle &bitmap) {
               static_cast<std::int32_t>(stride));
   V_UnlockBitmap(&bitmap, was_accessed);
   return rows;
+}
+
+namespace {
+std::uint32_t image_bytes(const BitmapHandle &bitmap) {
+  return static_cast<std::uint32_t>(bitmap.BytesPerLine) *
+         static_cast<std::uint32_t>(bitmap.Height);
+}
+}  // namespace
+
+std::vector<std::uint8_t> fill_random_image(BitmapHandle &bitmap, std::uint32_t seed) {
+  std::vector<std::uint8_t> image(image_bytes(bitmap));
+  std::mt19937 random(seed);
+  for (std::uint8_t &b : image)
+    b = static_cast<std::uint8_t>(random());
+  EXPECT_EQ(V_PutBitmapRow(&bitmap, image.data(), 0, image_bytes(bitmap)),
+            static_cast<std::int32_t>(image_bytes(bitmap)));
+  return image;
+}
+
+std::vector<std::uint8_t> read_image(const BitmapHandle &bitmap) {
+  std::vector<std::uint8_t> image(image_bytes(bitmap));
+  EXPECT_EQ(V_GetBitmapRow(&bitmap, image.data(), 0, image_bytes(bitmap)),
+            static_cast<std::int32_t>(image_bytes(bitmap)));
+  return image;
+}
+
+std::vector<std::uint8_t> compress_rows(const std::vector<std::uint8_t> &rows, std::uint32_t width,
+                                        std::uint32_t count) {
+  std::vector<std::uint8_t> records(count * COMPRESSED_RECORD_MAX_BYTES(width));
+  EXPECT_EQ(V_CompressRows(records.data(), rows.data(), width, count), RC_SUCCESS);
+  std::size_t used = 0;
+  for (std::uint32_t k = 0; k < count; ++k)
+    used += vxkrn::io::record_bytes(records.data() + used);
+  records.resize(used);
+  return records;
+}
+
+std::uint64_t get_pixel(const std::uint8_t *row, int bits, std::uint64_t x) {
+  if (bits == 12) {
+    const std::uint8_t *pair = row + 3 * (x / 2);
+    return x % 2 == 0 ? pair[0] | (pair[1] & 0x0Fu) << 8 : (pair[1] >> 4) | pair[2] << 4;
+  }
+  std::uint64_t value = 0;
+  if (bits < 8) {
+    for (std::uint64_t bit = x * bits; bit < (x + 1) * bits; ++bit)
+      value = value << 1 | ((row[bit / 8] >> (7 - bit % 8)) & 1);
+    return value;
+  }
+  for (int k = 0; k < bits / 8; ++k)
+    value |= std::uint64_t{row[x * (bits / 8) + k]} << (8 * k);
+  return value;
+}
+
+void set_pixel(std::uint8_t *row, int bits, std::uint64_t x, std::uint64_t value) {
+  if (bits == 12) {
+    std::uint8_t *pair = row + 3 * (x / 2);
+    if (x % 2 == 0) {
+      pair[0] = static_cast<std::uint8_t>(value);
+      pair[1] = static_cast<std::uint8_t>((pair[1] & 0xF0) | ((value >> 8) & 0x0F));
+    } else {
+      pair[1] = static_cast<std::uint8_t>((pair[1] & 0x0F) | (value & 0x0F) << 4);
+      pair[2] = static_cast<std::uint8_t>(value >> 4);
+    }
+    return;
+  }
+  if (bits < 8) {
+    for (std::uint64_t bit = (x + 1) * bits; bit-- > x * bits; value >>= 1) {
+      const auto mask = static_cast<std::uint8_t>(0x80 >> (bit % 8));
+      row[bit / 8] =
+          static_cast<std::uint8_t>(value & 1 ? row[bit / 8] | mask : row[bit / 8] & ~mask);
+    }
+    return;
+  }
+  for (int k = 0; k < bits / 8; ++k)
+    row[x * (bits / 8) + k] = static_cast<std::uint8_t>(value >> (8 * k));
 }
 
 bool same_bytes(const BitmapHandle &a, const BitmapHandle &b) {

@@ -1,5 +1,6 @@
-// Shared test helpers: a record that frees itself, a fixture that catches
-// leaked heap blocks, and the allocation-failure sweep.
+// Shared test helpers: a record that frees itself, fixtures that catch leaked
+// heap blocks and leftover files, the allocation-failure sweep, whole-image
+// transfers and a pixel reference independent of the library.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -50,6 +51,15 @@ class TempDirTest : public LeakCheckedTest {
   void TearDown() override;
   void use_directory() const;  // for threads the test starts
   std::vector<std::string> leftover_files() const;
+  // The wide path of `name` in the directory.
+  std::wstring path(const std::string &name) const;
+  // A file holding `text`, made without the library.
+  void make_file(const std::string &name, const std::string &text) const;
+  // Removes a file or an empty directory from the directory.
+  void remove(const std::string &name) const;
+  // Makes a directory whose path (with its '/') the library accepts but which
+  // is too deep to hold a temporary name; returns its name.
+  std::string make_too_deep_directory() const;
   std::string dir_;    // with a trailing '/'
   std::wstring wdir_;  // the same, wide
 };
@@ -76,6 +86,13 @@ void on_new_thread(F f) {
   thread.join();
 }
 
+// V_InitBitmap and V_AllocateBitmap, both asserted to succeed.
+void make_bitmap(BitmapHandle &bitmap, std::int32_t width, std::int32_t height, std::int32_t bits,
+                 std::int32_t memory_type);
+
+// The report of V_GetBitmapMemoryInfo (MEM_INFO_...), expected to succeed.
+std::int32_t memory_info(const BitmapHandle &bitmap);
+
 // Pixel rows for an allocated bitmap, BytesPerLine bytes each with the
 // padding bits after the last pixel clear. 1-bit rows are runs of random
 // lengths (as scanned pages have), other depths random bytes.
@@ -83,6 +100,24 @@ std::vector<std::uint8_t> random_rows(const BitmapHandle &bitmap, std::uint32_t 
 // Every row through V_PutBitmapRow / V_GetBitmapRow, the bitmap locked for it.
 void write_rows(BitmapHandle &bitmap, const std::vector<std::uint8_t> &rows);
 std::vector<std::uint8_t> read_rows(BitmapHandle &bitmap);
+// Random bytes over the whole image, padding included, written with one
+// V_PutBitmapRow call that runs over every row; and the whole image read
+// back with one V_GetBitmapRow call.
+std::vector<std::uint8_t> fill_random_image(BitmapHandle &bitmap, std::uint32_t seed);
+std::vector<std::uint8_t> read_image(const BitmapHandle &bitmap);
+
+// Run-length records of `count` plain rows of `width` pixels at the padded
+// stride, made by V_CompressRows and cut to the bytes they use.
+std::vector<std::uint8_t> compress_rows(const std::vector<std::uint8_t> &rows, std::uint32_t width,
+                                        std::uint32_t count);
+
+// Pixel x of a row, worked out from the layout rather than taken from the
+// library: depths below 8 are a bit stream from the most significant bit;
+// 12-bit pixels go in pairs over three bytes (pixel 2k is byte 0 and the
+// low nibble of byte 1, pixel 2k + 1 the high nibble of byte 1 and byte 2);
+// deeper pixels are little-endian bytes.
+std::uint64_t get_pixel(const std::uint8_t *row, int bits, std::uint64_t x);
+void set_pixel(std::uint8_t *row, int bits, std::uint64_t x, std::uint64_t value);
 
 // Bytes equal to a record's: used to prove a failing call left it alone.
 bool same_bytes(const BitmapHandle &a, const BitmapHandle &b);
