@@ -24,9 +24,10 @@ static void print_row(const char *what, const uint8_t *rgb) {
 static int round_trip(const char *what, int32_t bits, int32_t order) {
   uint8_t row[WIDTH * 8];
   memcpy(row, kColours, sizeof kColours);
-  if (V_ConvertBuffer(row, WIDTH, 24, bits, ORDER_RGB, order, NULL, NULL) != RC_SUCCESS ||
-      V_ConvertBuffer(row, WIDTH, bits, 24, order, ORDER_RGB, NULL, NULL) != RC_SUCCESS) {
-    fprintf(stderr, "color_tour: %s failed\n", what);
+  ResultCode rc = V_ConvertBuffer(row, WIDTH, 24, bits, ORDER_RGB, order, NULL, NULL);
+  if (rc == RC_SUCCESS) rc = V_ConvertBuffer(row, WIDTH, bits, 24, order, ORDER_RGB, NULL, NULL);
+  if (rc != RC_SUCCESS) {
+    fprintf(stderr, "color_tour: %s failed: %s (%d)\n", what, V_ResultText(rc), (int)rc);
     return 1;
   }
   print_row(what, row);
@@ -37,6 +38,7 @@ int main(void) {
   BitmapHandle bitmap;
   PaletteEntry vga[16];
   ColorValue color;
+  ResultCode rc;
   int failures = 0, x;
 
   print_row("original (24-bit RGB)", &kColours[0][0]);
@@ -50,9 +52,12 @@ int main(void) {
 
   /* Pixels as colours on a 4-bit bitmap: written as colours, read back as
    * the palette entries they were matched to. */
-  if (V_CreateBitmap(&bitmap, BITMAPHANDLE_SIZE, MEM_CONVENTIONAL, WIDTH, 1, 4, ORDER_RGB, NULL, 1,
-                     NULL, 0) != RC_SUCCESS)
+  rc = V_CreateBitmap(&bitmap, BITMAPHANDLE_SIZE, MEM_CONVENTIONAL, WIDTH, 1, 4, ORDER_RGB, NULL,
+                      VIEW_TOP_LEFT, NULL, 0);
+  if (rc != RC_SUCCESS) {
+    fprintf(stderr, "color_tour: bitmap: %s (%d)\n", V_ResultText(rc), (int)rc);
     return 1;
+  }
   printf("%-34s", "4-bit bitmap pixels as colours");
   for (x = 0; x < WIDTH; ++x) {
     color = (ColorValue)kColours[x][0] | (ColorValue)kColours[x][1] << 8 |

@@ -8,8 +8,8 @@
 
 #include <vxkrn/vxkrn.h>
 
-static int fail(const char *what, long rc) {
-  fprintf(stderr, "storage_tour: %s failed with %ld\n", what, rc);
+static int fail(const char *what, ResultCode rc) {
+  fprintf(stderr, "storage_tour: %s failed: %s (%d)\n", what, V_ResultText(rc), (int)rc);
   return 1;
 }
 
@@ -85,7 +85,7 @@ static int copy_into_memory(void) {
   uint32_t size;
   int32_t file, copied;
 
-  if (V_OsGetTempName(source) != RC_SUCCESS) return fail("temporary name", -1);
+  if (V_OsGetTempName(source) != RC_SUCCESS) return fail("temporary name", RC_NO_MEMORY);
   file = V_OsOpen(source, OPEN_WRITE | OPEN_CREATE, 0, NULL);
   if (file < 0 || V_OsWrite(file, text, sizeof text - 1, NULL) != (int32_t)(sizeof text - 1))
     return fail("writing the source", V_OsGetLastError(RC_FILE_WRITE));

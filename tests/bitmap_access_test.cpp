@@ -29,6 +29,21 @@ TEST_F(BitmapAccess, AccessPointsAtTheBlockStart) {
   EXPECT_FALSE(bm->Flags & FLAG_ACCESSED);
 }
 
+// A freed record has no storage to point at, whatever flags it kept.
+TEST(FreedBitmap, AccessLeavesItAlone) {
+  for (int32_t type : {MEM_NO_DISK, MEM_TEMP_FILE, MEM_COMPRESSED, MEM_USER}) {
+    SCOPED_TRACE(type);
+    BitmapHandle bm;
+    vxkrn_test::make_bitmap(bm, 64, 4, 1, type);
+    V_FreeBitmap(&bm);
+    const BitmapHandle freed = bm;
+    V_AccessBitmap(&bm);
+    EXPECT_TRUE(vxkrn_test::same_bytes(bm, freed));
+    EXPECT_EQ(V_LockBitmap(&bm), 0);
+    EXPECT_TRUE(vxkrn_test::same_bytes(bm, freed));
+  }
+}
+
 TEST_F(BitmapAccess, LockNestsByTheCallersValue) {
   const int32_t outer = V_LockBitmap(bm.get());
   EXPECT_EQ(outer, 0);

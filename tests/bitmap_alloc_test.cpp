@@ -87,7 +87,7 @@ TEST_F(BitmapAlloc, MemoryBlockIsAlignedZeroedAndMapped) {
 TEST_F(BitmapAlloc, FailuresKeepTheRecordAsDocumented) {
   BitmapHandle bm;
   ASSERT_EQ(V_InitBitmap(&bm, BITMAPHANDLE_SIZE, 8, 8, 8), RC_SUCCESS);
-  bm.Flags = 0xFFFFFFFFu;
+  bm.Flags = ~FLAG_ALLOCATED;
   const BitmapHandle before = bm;
   EXPECT_EQ(V_AllocateBitmap(nullptr, 1), RC_INVALID_PARAMETER);
   bm.StructSize = 0;
@@ -101,6 +101,19 @@ TEST_F(BitmapAlloc, FailuresKeepTheRecordAsDocumented) {
   BitmapHandle expected = before;
   expected.Flags = ~FLAG_STORAGE_MASK;
   EXPECT_TRUE(same_bytes(bm, expected)) << "only the storage bits are cleared";
+}
+
+// Storage is never replaced behind the caller's back: allocating an
+// allocated record is refused, and nothing of it changes (or leaks).
+TEST_F(BitmapAlloc, AnAllocatedRecordIsRefused) {
+  for (int32_t type : {MEM_NO_DISK, MEM_USER, MEM_TEMP_FILE, MEM_COMPRESSED}) {
+    SCOPED_TRACE(type);
+    vxkrn_test::OwnedBitmap bm;
+    vxkrn_test::make_bitmap(bm.bm, 64, 4, 1, type);
+    const BitmapHandle before = bm.bm;
+    EXPECT_EQ(V_AllocateBitmap(bm.get(), MEM_NO_DISK), RC_INVALID_PARAMETER);
+    EXPECT_TRUE(same_bytes(bm.bm, before));
+  }
 }
 
 TEST_F(BitmapAlloc, EveryAllocationFailureIsReportedAndLeaksNothing) {

@@ -78,6 +78,20 @@ TEST_F(BitmapCreate, RejectsBadRecordsAndPassesOnFailures) {
   EXPECT_EQ(bm.Width, 17) << "the record stays initialised";
 }
 
+// Orders outside RGB, BGR, gray and the matrix space are refused at every
+// depth before anything is allocated.
+TEST_F(BitmapCreate, UnknownOrdersAreRefused) {
+  for (int32_t order : {-1, 3, 4, 6, 77}) {
+    for (int32_t bits : {1, 8, 16, 24}) {
+      BitmapHandle bm{};
+      EXPECT_EQ(create(&bm, MEM_CONVENTIONAL, bits, order, nullptr), RC_INVALID_PARAMETER)
+          << order << " at " << bits;
+      EXPECT_FALSE(bm.Flags & FLAG_ALLOCATED);
+      V_FreeBitmap(&bm);
+    }
+  }
+}
+
 TEST_F(BitmapCreate, EveryAllocationFailureIsReportedAndLeaksNothing) {
   PaletteEntry mine[4] = {};
   struct Case {

@@ -195,7 +195,7 @@ TEST_P(RecordRows, PutAndGetRecordsOnEveryStorage) {
     std::vector<uint8_t> record(COMPRESSED_RECORD_MAX_BYTES(count));
     ASSERT_EQ(V_CompressRow(record.data(), from, 0, count), int32_t(count));
     ASSERT_EQ(V_PutBitmapRowColCompressed(bm.get(), nullptr, record.data(), row, column, count),
-              RC_SUCCESS);
+              int32_t((count + 7) / 8));
     for (uint32_t k = 0; k < count; ++k) {
       const bool bit = from[k / 8] >> (7 - k % 8) & 1;
       uint8_t &byte = model[row * stride + (column + k) / 8];
@@ -204,7 +204,7 @@ TEST_P(RecordRows, PutAndGetRecordsOnEveryStorage) {
     }
     std::vector<uint8_t> out(COMPRESSED_RECORD_MAX_BYTES(count)), want(out.size());
     ASSERT_EQ(V_GetBitmapRowColCompressed(bm.get(), nullptr, out.data(), row, column, count),
-              RC_SUCCESS);
+              int32_t((count + 7) / 8));
     std::vector<uint8_t> row_bytes(model.begin() + row * stride,
                                    model.begin() + (row + 1) * stride);
     ASSERT_EQ(V_CompressRow(want.data(), row_bytes.data() + column / 8, uint32_t(column), count),
@@ -213,6 +213,57 @@ TEST_P(RecordRows, PutAndGetRecordsOnEveryStorage) {
         std::equal(out.begin(), out.begin() + long(record_bytes(want.data())), want.begin()));
   }
   EXPECT_EQ(read_rows(bm.bm), model);
+}
+
+// A record that is not exactly one row of the bitmap is refused before any
+// row is stored, so that no later read hands out more than a row can need.
+TEST_P(RecordRows, BadRecordsAreRefusedBeforeAnythingIsStored) {
+  OwnedBitmap bm;
+  make_bitmap(bm.bm, 8, 2, 1, GetParam());
+  V_AccessBitmap(bm.get());
+  const std::vector<uint8_t> pixels = random_rows(bm.bm, 4);
+  write_rows(bm.bm, pixels);
+  for (const auto &bad : vxkrn_test::bad_records_of_8_pixels()) {
+    SCOPED_TRACE(bad.what);
+    std::vector<uint8_t> records = vxkrn_test::make_record({8});
+    records.insert(records.end(), bad.record.begin(), bad.record.end());
+    EXPECT_EQ(V_PutBitmapRowCompressed(bm.get(), nullptr, records.data(), 0, 2),
+              RC_INVALID_PARAMETER);
+    EXPECT_EQ(V_PutBitmapRowColCompressed(bm.get(), nullptr, bad.record.data(), 1, 0, 8),
+              RC_INVALID_PARAMETER);
+    EXPECT_EQ(read_rows(bm.bm), pixels);
+  }
+  // Empty runs are accepted only where they split a run too long for a word.
+  OwnedBitmap wide;
+  make_bitmap(wide.bm, 70000, 1, 1, GetParam());
+  V_AccessBitmap(wide.get());
+  const auto split = vxkrn_test::make_record({30000, 0, 40000});
+  EXPECT_EQ(V_PutBitmapRowCompressed(wide.get(), nullptr, split.data(), 0, 1), RC_SUCCESS);
+  const auto short_split = vxkrn_test::make_record({30000, 0, 30000, 10000});
+  EXPECT_EQ(V_PutBitmapRowCompressed(wide.get(), nullptr, short_split.data(), 0, 1),
+            RC_INVALID_PARAMETER);
+  std::vector<uint8_t> row(size_t(wide->BytesPerLine));
+  ASSERT_EQ(V_GetBitmapRow(wide.get(), row.data(), 0, uint32_t(row.size())), wide->BytesPerLine);
+  EXPECT_EQ(std::count(row.begin(), row.end(), 0), long(row.size())) << "the split zero run";
+}
+
+// The row-column forms answer with the bytes the pixels fill, as a row
+// transfer of them does.
+TEST_P(RecordRows, RowColumnFormsReturnTheBytesOfThePixels) {
+  OwnedBitmap bm;
+  make_bitmap(bm.bm, 64, 2, 1, GetParam());
+  V_AccessBitmap(bm.get());
+  const uint8_t ones[8] = {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
+  for (auto [column, count] : {std::pair{0, 1u}, {3, 8u}, {5, 9u}, {0, 64u}, {60, 4u}, {7, 0u}}) {
+    SCOPED_TRACE(::testing::Message() << column << " + " << count);
+    std::vector<uint8_t> record(COMPRESSED_RECORD_MAX_BYTES(count));
+    ASSERT_EQ(V_CompressRow(record.data(), ones, 0, count), int32_t(count));
+    const auto bytes = int32_t((count + 7) >> 3);
+    EXPECT_EQ(V_PutBitmapRowColCompressed(bm.get(), nullptr, record.data(), 1, column, count),
+              bytes);
+    EXPECT_EQ(V_GetBitmapRowColCompressed(bm.get(), nullptr, record.data(), 1, column, count),
+              bytes);
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Storage, RecordRows,
@@ -227,6 +278,21 @@ TEST_F(Compressed, RecordsLargerThanPlainRowsSwitchTheBitmapToPlain) {
   EXPECT_FALSE(bm->Flags & FLAG_COMPRESSED);
   EXPECT_EQ(bm->Size, 32u);
   EXPECT_EQ(read_rows(bm.bm), rows);
+}
+
+// Storing records reads and writes rows as the row functions do: a memory
+// bitmap its caller released stays released, and the put fails.
+TEST_F(Compressed, RecordPutsLeaveAccessToTheCaller) {
+  OwnedBitmap bm;
+  make_bitmap(bm.bm, 64, 2, 1, MEM_NO_DISK);
+  V_AccessBitmap(bm.get());
+  V_ReleaseBitmap(bm.get());
+  const auto record = vxkrn_test::make_record({64});
+  EXPECT_EQ(V_PutBitmapRowCompressed(bm.get(), nullptr, record.data(), 0, 1), RC_INVALID_BITMAP);
+  EXPECT_EQ(V_PutBitmapRowColCompressed(bm.get(), nullptr, record.data(), 0, 0, 64),
+            RC_INVALID_BITMAP);
+  EXPECT_EQ(bm->Flags & FLAG_ACCESSED, 0u);
+  EXPECT_EQ(bm->Data, nullptr);
 }
 
 TEST_F(Compressed, RecordFunctionsRejectBadArguments) {
@@ -416,7 +482,12 @@ TEST_F(Compressed, EveryAllocationFailureOfTheRowFunctionsIsReported) {
        true},
       {"one record at a column", MEM_COMPRESSED,
        [](BitmapHandle &bm, const std::vector<uint8_t> &records) {
-         return V_PutBitmapRowColCompressed(&bm, nullptr, records.data(), 3, 17, 600);
+         uint8_t pixels[75];  // the first 600 pixels of the first record's row
+         std::vector<uint8_t> record(COMPRESSED_RECORD_MAX_BYTES(600));
+         V_ExpandRow(records.data(), pixels, 0, 600);
+         V_CompressRow(record.data(), pixels, 0, 600);
+         const int32_t rc = V_PutBitmapRowColCompressed(&bm, nullptr, record.data(), 3, 17, 600);
+         return rc == 75 ? RC_SUCCESS : rc;
        },
        true},
       {"records out of plain rows", MEM_TEMP_FILE,

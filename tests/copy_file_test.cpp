@@ -1,7 +1,10 @@
 // File copy: a real source, a redirected destination, and the errors it
 // leaves behind.
+#include <sys/stat.h>
+
 #include <cerrno>
 #include <string>
+#include <vector>
 
 #include "support/test_support.h"
 
@@ -35,6 +38,37 @@ TEST_F(CopyFile, CopiesAndRespectsAnExistingDestination) {
   EXPECT_EQ(vxkrn_test::file_size(dir_ + "other"), -1) << "nothing made for a missing source";
   for (const char *name : {"src", "dst", "empty"})
     V_OsDelete(path(name).c_str());
+}
+
+// A copy that cannot be made keeps what the destination held and leaves
+// no destination it created.
+TEST_F(CopyFile, RefusesItselfAndLeavesNothingOnFailure) {
+  make_file("src", "keep me");
+  errno = 0;
+  EXPECT_EQ(V_CopyFile(path("src").c_str(), path("src").c_str(), 0), 0);
+  EXPECT_EQ(errno, EINVAL);
+  EXPECT_EQ(read_file("src"), "keep me");
+  ASSERT_EQ(::mkdir((dir_ + "dir").c_str(), 0700), 0);
+  EXPECT_EQ(V_CopyFile(path("dir").c_str(), path("dst").c_str(), 0), 0);
+  EXPECT_EQ(vxkrn_test::file_size(dir_ + "dst"), -1);
+  remove("dir");
+  V_OsDelete(path("src").c_str());
+}
+
+// Creating a file in memory empties the block, as creating it on disk does.
+TEST_F(CopyFile, IntoAFullBlockReplacesItsData) {
+  make_file("src", "0123456789");
+  std::vector<char> block(100, '#');
+  void *context;
+  ASSERT_EQ(
+      V_StartRedirectToBuffer(&context, nullptr, MEMFILE_FULL | MEMFILE_WRITE, block.data(), 100),
+      RC_SUCCESS);
+  EXPECT_EQ(V_CopyFile(path("src").c_str(), path("dst").c_str(), 0), 1);
+  uint32_t size = 0;
+  V_StopRedirectToBuffer(context, nullptr, &size);
+  EXPECT_EQ(size, 10u);
+  EXPECT_EQ(std::string(block.data(), 10), "0123456789");
+  V_OsDelete(path("src").c_str());
 }
 
 TEST_F(CopyFile, OnlyTheDestinationIsRedirected) {

@@ -1,6 +1,7 @@
 // Duplicates and whole copies: attributes carried, pixels identical between
 // every pair of storage kinds, progress sequences and stops, and every
 // allocation failing in turn.
+#include <functional>
 #include <vector>
 
 #include "support/test_support.h"
@@ -193,6 +194,73 @@ TEST_F(Copy, CompressedCopyMovesRecordsUnexpanded) {
   EXPECT_LE(allocations, 4u);
   EXPECT_EQ(read_rows(target.bm), pixels);
   EXPECT_EQ(target->Size, source->Size);
+}
+
+// A copy keeps the source's storage kind: compressed rows stay compressed
+// even where their records are larger than the plain rows.
+TEST_F(Copy, CompressedRowsCopyAsCompressedRowsWhateverTheirSize) {
+  OwnedBitmap source, copy;
+  make(source.bm, 64, 4, 1, Kind::Compressed);
+  const std::vector<uint8_t> pixels(4 * 8, 0x55);  // a run per pixel
+  write_rows(source.bm, pixels);
+  ASSERT_EQ(V_CopyBitmap(copy.get(), source.get(), BITMAPHANDLE_SIZE), RC_SUCCESS);
+  EXPECT_EQ(memory_info(copy.bm), MEM_INFO_COMPRESSED);
+  EXPECT_EQ(copy->Size, source->Size);
+  EXPECT_EQ(read_rows(copy.bm), pixels);
+}
+
+// A disk bitmap whose file someone else cut short: every operation that
+// reads its rows fails with RC_FILE_READ, leaves the source as it was and
+// keeps nothing it made (the fixture checks heaps and files).
+TEST_F(Copy, ATruncatedDiskFileFailsEveryReaderWithReadError) {
+  using Op = std::function<ResultCode(BitmapHandle *)>;
+  const auto into_new = [](auto call) {
+    return [call](BitmapHandle *b) {
+      BitmapHandle made{};
+      const ResultCode rc = call(&made, b);
+      EXPECT_EQ(made.Flags & FLAG_ALLOCATED, 0u) << "a failed copy keeps nothing";
+      if (made.Flags & FLAG_ALLOCATED) V_FreeBitmap(&made);
+      return rc;
+    };
+  };
+  uint8_t buffer[4096];
+  const struct {
+    const char *what;
+    int32_t bits;
+    Op op;
+  } cases[] = {
+      {"copy", 8, into_new([](BitmapHandle *d, BitmapHandle *s) {
+         return V_CopyBitmap(d, s, BITMAPHANDLE_SIZE);
+       })},
+      {"copy into memory", 8, into_new([](BitmapHandle *d, BitmapHandle *s) {
+         return V_CopyBitmap2(d, s, MEM_NO_DISK, BITMAPHANDLE_SIZE);
+       })},
+      {"rectangle", 8, into_new([](BitmapHandle *d, BitmapHandle *s) {
+         return V_CopyBitmapRect(d, s, BITMAPHANDLE_SIZE, 1, 1, 5, 3);
+       })},
+      {"move into memory", 8,
+       [](BitmapHandle *b) {
+         return V_SetBitmapMemoryInfo(b, MEM_NO_DISK, 0, 0, 0, 0, 0, MEM_INFO_MASK_TYPE);
+       }},
+      {"trim", 8, [](BitmapHandle *b) { return V_TrimBitmap(b, 1, 1, 5, 3); }},
+      {"compress", 1, [](BitmapHandle *b) { return V_ChangeBitmapCompression(b, 1); }},
+      {"rows as records", 1,
+       [&](BitmapHandle *b) { return V_GetBitmapRowCompressed(b, nullptr, buffer, 0, 3); }},
+      {"part of a row as a record", 1,
+       [&](BitmapHandle *b) { return V_GetBitmapRowColCompressed(b, nullptr, buffer, 3, 3, 9); }},
+      {"row", 8, [&](BitmapHandle *b) { return V_GetBitmapRow(b, buffer, 2, 20); }},
+  };
+  for (const auto &c : cases) {
+    SCOPED_TRACE(c.what);
+    OwnedBitmap bm;
+    make(bm.bm, 20, 6, c.bits, Kind::Disk);
+    write_rows(bm.bm, random_rows(bm.bm, 8));
+    ASSERT_EQ(V_OsSetFileSize(static_cast<int32_t>(reinterpret_cast<intptr_t>(bm->Storage)), 10),
+              0);
+    const BitmapHandle before = bm.bm;
+    EXPECT_EQ(c.op(bm.get()), RC_FILE_READ);
+    EXPECT_TRUE(vxkrn_test::same_bytes(bm.bm, before));
+  }
 }
 
 struct DupCase {

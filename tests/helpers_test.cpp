@@ -2,6 +2,8 @@
 #include <bit>
 #include <cmath>
 #include <random>
+#include <set>
+#include <string>
 
 #include "support/test_support.h"
 
@@ -63,6 +65,35 @@ TEST(SkipPath, ReturnsTheNamePart) {
   for (const auto &c : cases)
     EXPECT_EQ(V_SkipPath(c.path), c.path + c.name_offset) << c.path;
   EXPECT_EQ(V_SkipPath(nullptr), nullptr);
+}
+
+// Every code has a text of its own; anything else is unknown.
+TEST(ResultText, NamesEveryCode) {
+  const ResultCode codes[] = {RC_SUCCESS,
+                              RC_NO_MEMORY,
+                              RC_INVALID_BITMAP,
+                              RC_IMAGE_TOO_LARGE,
+                              RC_FILE_SEEK,
+                              RC_FILE_WRITE,
+                              RC_FILE_READ,
+                              RC_EMPTY_AREA,
+                              RC_INVALID_PARAMETER,
+                              RC_INVALID_FORMAT,
+                              RC_INVALID_BITS_PER_PIXEL,
+                              RC_DISK_FULL,
+                              RC_INVALID_STRUCT_SIZE,
+                              RC_INVALID_HANDLE,
+                              RC_BITMAP_RESTRICTED,
+                              RC_INVALID_LUT_LENGTH};
+  const std::string unknown = V_ResultText(0);
+  std::set<std::string> texts;
+  for (ResultCode code : codes) {
+    const std::string text = V_ResultText(code);
+    EXPECT_NE(text, unknown) << code;
+    texts.insert(text);
+  }
+  EXPECT_EQ(texts.size(), std::size(codes));
+  EXPECT_EQ(V_ResultText(-6), unknown);
 }
 
 }  // namespace

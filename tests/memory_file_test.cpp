@@ -105,6 +105,74 @@ TEST_F(MemoryRedirect, FullAndReadOnlyBlocks) {
   EXPECT_EQ(buffer_out, fixed);
 }
 
+// The file a block stands for never reaches past the block, a cut never
+// lengthens it, and bytes nobody wrote read as zeros, as on a real file.
+TEST_F(MemoryRedirect, SizeStaysInTheBlockAndGapsReadAsZeros) {
+  char one[1] = {'q'};
+  MemoryFile *file = start(MEMFILE_WRITE, one, 1);
+  V_RedirectedSeek(MEMFILE_HANDLE, 57102, SEEK_FROM_START);
+  EXPECT_EQ(V_RedirectedWrite(MEMFILE_HANDLE, "", 0), 0);
+  EXPECT_EQ(file->data_size, 0u) << "a cut past the end changes nothing";
+  char buffer[64];
+  V_RedirectedSeek(MEMFILE_HANDLE, 0, SEEK_FROM_START);
+  EXPECT_EQ(V_RedirectedRead(MEMFILE_HANDLE, buffer, 64), 0);
+  uint32_t size = 99;
+  ASSERT_EQ(V_StopRedirectToBuffer(file, nullptr, &size), RC_SUCCESS);
+  EXPECT_EQ(size, 0u);
+
+  char full[8] = {'A', 'B', 'C', 'D', 'E', 'F', 'G', 'H'};
+  file = start(MEMFILE_FULL | MEMFILE_WRITE, full, 8);
+  V_RedirectedOpen(L"x", OPEN_READ_WRITE | OPEN_TRUNCATE, 0);
+  V_RedirectedSeek(MEMFILE_HANDLE, 6, SEEK_FROM_START);
+  EXPECT_EQ(V_RedirectedWrite(MEMFILE_HANDLE, "", 0), 0);
+  ASSERT_EQ(V_StopRedirectToBuffer(file, nullptr, &size), RC_SUCCESS);
+  EXPECT_EQ(size, 0u) << "truncated bytes stay gone";
+
+  // Gaps behind a seek, after growth and after a trim and regrowth.
+  file = start(MEMFILE_GROW | MEMFILE_TRIM | MEMFILE_WRITE);
+  std::vector<char> junk(50000, 'j');
+  V_RedirectedWrite(MEMFILE_HANDLE, junk.data(), 50000);
+  V_RedirectedSeek(MEMFILE_HANDLE, 1, SEEK_FROM_START);
+  V_RedirectedWrite(MEMFILE_HANDLE, "", 0);  // cut to one byte
+  V_RedirectedClose(MEMFILE_HANDLE);         // and trimmed
+  for (uint32_t at : {30000u, 60000u, 200000u}) {
+    V_RedirectedSeek(MEMFILE_HANDLE, int32_t(at), SEEK_FROM_START);
+    EXPECT_EQ(V_RedirectedWrite(MEMFILE_HANDLE, "x", 1), 1);
+  }
+  const std::string data = stop(file);
+  ASSERT_EQ(data.size(), 200001u);
+  std::string expected(200001, '\0');
+  expected[0] = 'j';
+  expected[30000] = expected[60000] = expected[200000] = 'x';
+  EXPECT_EQ(data, expected);
+}
+
+// Reads and writes of any size end where the file or the block ends.
+TEST_F(MemoryRedirect, BigTransfersStopAtTheEnd) {
+  MemoryFile *file = start(MEMFILE_WRITE, V_GlobalAlloc(1, 16), 16);
+  EXPECT_EQ(V_RedirectedWriteBig(MEMFILE_HANDLE, "0123456789abcdefXYZ", 19), 16);
+  V_RedirectedSeek(MEMFILE_HANDLE, 4, SEEK_FROM_START);
+  char out[64];
+  EXPECT_EQ(V_RedirectedReadBig(MEMFILE_HANDLE, out, 64), 12);
+  EXPECT_EQ(V_RedirectedReadBig(MEMFILE_HANDLE, out, 64), 0);
+  EXPECT_EQ(stop(file), "0123456789abcdef");
+}
+
+// Stopping a redirection that is not the current one would bring back a
+// table that points at a stopped one: it is refused and changes nothing.
+TEST_F(MemoryRedirect, StoppingOutOfOrderIsRefused) {
+  vxkrn_test::on_new_thread([this] {
+    MemoryFile *outer = start(MEMFILE_GROW | MEMFILE_WRITE);
+    MemoryFile *inner = start(MEMFILE_GROW | MEMFILE_WRITE);
+    EXPECT_EQ(V_StopRedirectToBuffer(outer, nullptr, nullptr), RC_INVALID_PARAMETER);
+    V_RedirectedWrite(MEMFILE_HANDLE, "inner", 5);
+    EXPECT_EQ(stop(inner), "inner");
+    V_RedirectedWrite(MEMFILE_HANDLE, "outer", 5);
+    EXPECT_EQ(stop(outer), "outer");
+    EXPECT_EQ(V_RedirectedWrite(-1, "x", 1), -1) << "back on the system's files";
+  });
+}
+
 TEST_F(MemoryRedirect, NestedRedirectionsStopInOrder) {
   vxkrn_test::on_new_thread([this] {
     MemoryFile *outer = start(MEMFILE_GROW | MEMFILE_WRITE);

@@ -89,6 +89,8 @@ TEST_F(OsFile, BigTransfersAndCreateAttributes) {
   EXPECT_EQ(V_OsReadBig(file, back.data(), 300000, nullptr), 300000);
   EXPECT_EQ(back, data);
   EXPECT_EQ(V_OsReadBig(file, back.data(), 0, nullptr), 0);
+  V_OsSeek(file, -10, SEEK_FROM_END, nullptr);
+  EXPECT_EQ(V_OsReadBig(file, back.data(), 300000, nullptr), 10) << "what was there";
   EXPECT_EQ(V_OsWriteBig(file, nullptr, 5, nullptr), -1);
   V_OsClose(file, nullptr);
 

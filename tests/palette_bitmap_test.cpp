@@ -40,8 +40,15 @@ TEST_F(PaletteBitmap, EntriesAreReadAndWrittenInRange) {
   } bad[] = {{-1, 1}, {255, 2}, {0, 257}};
   for (const auto &c : bad)
     EXPECT_EQ(V_PutBitmapColors(bm.get(), c.first, c.count, mine), RC_INVALID_PARAMETER);
-  EXPECT_EQ(V_GetBitmapColors(bm.get(), 255, 2, out), RC_INVALID_PARAMETER) << "one short";
-  EXPECT_EQ(V_GetBitmapColors(bm.get(), 0, 0, out), RC_INVALID_PARAMETER);
+  const struct {
+    uint32_t first, count;
+    ResultCode want;
+  } gets[] = {{255, 2, RC_INVALID_PARAMETER},           {0, 0, RC_INVALID_PARAMETER},
+              {255, 0xFFFFFFF2u, RC_INVALID_PARAMETER}, {256, 1, RC_INVALID_PARAMETER},
+              {0xFFFFFFFFu, 2, RC_INVALID_PARAMETER},   {255, 1, RC_SUCCESS}};
+  for (const auto &c : gets)
+    EXPECT_EQ(V_GetBitmapColors(bm.get(), c.first, c.count, out), c.want)
+        << c.first << " + " << c.count;
   EXPECT_EQ(V_PutBitmapColors(nullptr, 0, 1, mine), RC_INVALID_BITMAP);
 
   EXPECT_EQ(V_CompareBitmapToPalette(bm.get(), out, 2), 0);

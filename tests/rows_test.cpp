@@ -133,12 +133,12 @@ TEST_F(DiskRows, MemoryAndDiskHoldTheSameBytes) {
   EXPECT_EQ(read_image(memory.bm), read_image(disk.bm));
 }
 
-TEST_F(DiskRows, TruncatedFileGivesAShortCount) {
+TEST_F(DiskRows, TruncatedFileGivesReadError) {
   vxkrn_test::OwnedBitmap bm;
   make_bitmap(bm.bm, 100, 10, 8, MEM_DISK);
   ASSERT_EQ(ftruncate(vxkrn::core::disk_file(bm.bm), 950), 0);  // behind the library's back
   uint8_t row[100];
-  EXPECT_EQ(V_GetBitmapRow(bm.get(), row, 9, 100), 50);
+  EXPECT_EQ(V_GetBitmapRow(bm.get(), row, 9, 100), RC_FILE_READ);
   EXPECT_EQ(V_GetBitmapRow(bm.get(), row, 0, 100), 100);
 }
 

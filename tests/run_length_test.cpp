@@ -16,15 +16,7 @@ using vxkrn_test::get_pixel;
 using vxkrn_test::set_pixel;
 
 Bytes record_of(const Words &words) {
-  Bytes r(4 + 2 * words.size());
-  const uint32_t n = static_cast<uint32_t>(words.size());
-  for (int i = 0; i < 4; ++i)
-    r[i] = static_cast<uint8_t>(n >> (8 * i));
-  for (size_t i = 0; i < words.size(); ++i) {
-    r[4 + 2 * i] = static_cast<uint8_t>(words[i]);
-    r[5 + 2 * i] = static_cast<uint8_t>(words[i] >> 8);
-  }
-  return r;
+  return vxkrn_test::make_record(words);
 }
 Bytes records_of(std::initializer_list<Words> rows) {
   Bytes out;
@@ -183,8 +175,8 @@ TEST(RunLength, DecodesAnyRangeOfTheRow) {
       const Bytes row = random_row(width, mean, random());
       const Bytes record = compress(row, 0, uint32_t(width));
       for (int trial = 0; trial < 40; ++trial) {
-        const uint32_t column = random() % (width + 3);
-        const uint32_t count = random() % (width + 20 - column);  // may run past the width
+        const uint32_t column = random() % (width + 1);
+        const uint32_t count = random() % (width + 1 - column);
         Bytes got((count + 7) / 8 + 1, 0xA5);
         ASSERT_EQ(V_ExpandRow(record.data(), got.data(), column, count), RC_SUCCESS);
         ASSERT_EQ(got.back(), 0xA5) << "wrote past (count + 7) / 8 bytes";
@@ -195,32 +187,51 @@ TEST(RunLength, DecodesAnyRangeOfTheRow) {
   }
 }
 
+// The decoder reads runs of any length, zero included, but never decodes
+// pixels a record does not have: such a request is refused untouched.
 TEST(RunLength, DecoderEdges) {
   const struct {
     const char *name;
     Words words;
     uint32_t column, count;
-    Bytes expected;
+    Bytes expected;  // empty: refused
   } cases[] = {
       {"at the end of the first run", {4, 7, 1}, 4, 8, {0xFE}},
       {"at the end of the second run", {4, 7, 1}, 11, 1, {0x00}},
-      {"leading zero-length run", {0, 5}, 0, 8, {0xF8}},
-      {"zero-length separators", {3, 0, 2, 2, 0, 3}, 0, 10, {0x07, 0xC0}},
-      {"long one run", {1, 40}, 0, 48, {0x7F, 0xFF, 0xFF, 0xFF, 0xFF, 0x80}},
-      {"runs short of the count", {3, 2}, 0, 16, {0x18, 0x00}},
-      {"column past the runs", {3, 2}, 9, 8, {0x00}},
-      {"no runs", {}, 0, 8, {0x00}},
+      {"leading zero-length run", {0, 5}, 0, 5, {0xF8}},
+      {"zero-length runs inside", {3, 0, 2, 2, 0, 3}, 0, 10, {0x07, 0xC0}},
+      {"long one run", {1, 40}, 0, 41, {0x7F, 0xFF, 0xFF, 0xFF, 0xFF, 0x80}},
+      {"runs beyond the count", {3, 2, 9}, 1, 4, {0x30}},
+      {"runs short of the count", {3, 2}, 0, 16, {}},
+      {"column past the runs", {3, 2}, 9, 8, {}},
+      {"no runs", {}, 0, 8, {}},
+      {"only empty runs", Words(200, 0), 0, 8, {}},
   };
   for (const auto &c : cases) {
     SCOPED_TRACE(c.name);
     const Bytes record = record_of(c.words);  // exact size: nothing past it is read
-    Bytes got(c.expected.size(), 0xFF);
-    ASSERT_EQ(V_ExpandRow(record.data(), got.data(), c.column, c.count), RC_SUCCESS);
-    EXPECT_EQ(got, c.expected);
+    Bytes got(c.expected.empty() ? 2 : c.expected.size(), 0xFF);
+    const Bytes before = got;
+    ASSERT_EQ(V_ExpandRow(record.data(), got.data(), c.column, c.count),
+              c.expected.empty() ? RC_INVALID_PARAMETER : RC_SUCCESS);
+    EXPECT_EQ(got, c.expected.empty() ? before : c.expected);
   }
   Bytes cleared(3, 0xFF);
   vxkrn::io::decode_runs(nullptr, 5, 0, 20, cleared.data());
   EXPECT_EQ(cleared, Bytes(3, 0x00));
+}
+
+// Whole rows take records of exactly their width; a bad record anywhere
+// refuses the call before any row is written.
+TEST(RunLength, ExpandRowsRefusesRecordsOfAnotherWidth) {
+  for (const auto &bad : vxkrn_test::bad_records_of_8_pixels()) {
+    SCOPED_TRACE(bad.what);
+    Bytes records = record_of({3, 5});
+    records.insert(records.end(), bad.record.begin(), bad.record.end());
+    Bytes rows(8, 0x5A);
+    EXPECT_EQ(V_ExpandRows(records.data(), rows.data(), 8, 2), RC_INVALID_PARAMETER);
+    EXPECT_EQ(rows, Bytes(8, 0x5A));
+  }
 }
 
 // Several rows at the padded stride, with garbage in the padding.
@@ -318,6 +329,33 @@ TEST(RunLength, NullBuffers) {
     EXPECT_EQ(V_FlipCompressedBuffer(x, y, 1), RC_INVALID_PARAMETER);
   }
   EXPECT_EQ(V_CompressRow(b, b, 0, 0x80000000u), RC_INVALID_PARAMETER) << "not an int32_t";
+}
+
+// Buffers sized exactly for the records they receive: nothing after them
+// may change (callers keep other data there).
+TEST(RunLength, EncodersWriteNothingPastTheirRecords) {
+  constexpr size_t kGuard = 40;
+  for (uint32_t width : {1u, 7u, 13u, 64u, 100u, 999u}) {
+    for (double mean : {1.2, 3.0, 40.0}) {
+      SCOPED_TRACE(::testing::Message() << width << " / " << mean);
+      const Page page(width, 3, uint32_t(width * mean));
+      const Bytes exact = page.records();
+      Bytes got(exact.size() + kGuard, 0xC3);
+      ASSERT_EQ(V_CompressRows(got.data(), page.plain.data(), width, page.rows), RC_SUCCESS);
+      EXPECT_EQ(got, [&] {
+        Bytes want = exact;
+        want.resize(exact.size() + kGuard, 0xC3);
+        return want;
+      }());
+      for (uint32_t column : {0u, 3u}) {
+        const uint32_t count = width > column ? width - column : 0;
+        const Bytes one = compress(Bytes(page.row(0), page.row(0) + page.stride), column, count);
+        Bytes room(one.size() + kGuard, 0xC3);
+        ASSERT_EQ(V_CompressRow(room.data(), page.row(0), column, count), int32_t(count));
+        EXPECT_EQ(Bytes(room.begin() + long(one.size()), room.end()), Bytes(kGuard, 0xC3));
+      }
+    }
+  }
 }
 
 }  // namespace

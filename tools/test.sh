@@ -1,32 +1,74 @@
 #!/usr/bin/env bash
-# The test command: native release build, ASan+UBSan build, 32-bit ARM cross
-# build under qemu, and the C99 check against the installed library.
+# The test command: native release build, the C99 check against the
+# installed library, an ASan+UBSan build, and the 32-bit ARM cross build
+# under qemu. Each stage's build and test output goes to a log under build/;
+# the log is shown when the stage fails. Ends with the totals of every stage.
 set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
 cd "$root"
 "$root/tools/setup.sh"
 
 jobs=$(nproc)
+summary=()
+started=$SECONDS
+
 step() { printf '\n==== %s\n' "$*"; }
 
-step "1/4 native release build and tests"
-cmake -S . -B build/native -G Ninja -DCMAKE_BUILD_TYPE=Release
-cmake --build build/native -j "$jobs"
-ctest --test-dir build/native --output-on-failure -j "$jobs"
+# Show a stage's log and stop.
+failed() {
+  local log=$1 what=$2
+  tail -n 200 "$log"
+  printf '\n==== FAILED: %s (full log: %s)\n' "$what" "$log"
+  exit 1
+}
 
-step "2/4 C99 check against the installed library (CMake package and pkg-config)"
-"$root/tools/c_check.sh" build/native
+# Cases and failures in the XML reports the test programs wrote.
+count_cases() {
+  local dir=$1
+  cat "$dir"/*.xml 2>/dev/null |
+    sed -n 's/.*<testsuites tests="\([0-9]*\)" failures="\([0-9]*\)".*/\1 \2/p' |
+    awk '{t += $1; f += $2} END {printf "%d %d", t, f}'
+}
 
-step "3/4 AddressSanitizer + UndefinedBehaviorSanitizer build (clang) and tests"
-cmake -S . -B build/asan -G Ninja -DCMAKE_BUILD_TYPE=Debug -DVXKRN_SANITIZE=ON \
+# configure, build and test one build directory: name, dir, cmake arguments.
+stage() {
+  local name=$1 dir=$2
+  shift 2
+  local log="$dir.log" reports="$root/$dir/gtest-reports" begin=$SECONDS
+  step "$name"
+  mkdir -p "$(dirname "$log")"
+  {
+    cmake -S . -B "$dir" -G Ninja "$@" &&
+      cmake --build "$dir" -j "$jobs"
+  } >"$log" 2>&1 || failed "$log" "$name: build"
+  rm -rf "$reports"
+  GTEST_OUTPUT="xml:$reports/" ctest --test-dir "$dir" --output-on-failure -j "$jobs" \
+    >>"$log" 2>&1 || failed "$log" "$name: tests"
+  local programs cases
+  programs=$(ctest --test-dir "$dir" -N | sed -n 's/^Total Tests: //p')
+  read -r cases _ <<<"$(count_cases "$reports")"
+  local line
+  line=$(printf '%-36s %3d programs %5d cases  %4ds' "$name" "$programs" "$cases" \
+    $((SECONDS - begin)))
+  summary+=("$line")
+  echo "$line"
+}
+
+stage "1/4 native release" build/native -DCMAKE_BUILD_TYPE=Release -DVXKRN_BUILD_BENCH=OFF
+
+step "2/4 C99 check against the installed library"
+begin=$SECONDS
+"$root/tools/c_check.sh" build/native >build/native-c-check.log 2>&1 ||
+  failed build/native-c-check.log "C99 check"
+summary+=("$(printf '%-36s %3d programs     - cases  %4ds' "2/4 C99 check (CMake, pkg-config)" 3 \
+  $((SECONDS - begin)))")
+echo "${summary[-1]}"
+
+stage "3/4 ASan + UBSan (clang)" build/asan -DCMAKE_BUILD_TYPE=Debug -DVXKRN_SANITIZE=ON \
   -DVXKRN_BUILD_BENCH=OFF -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++
-cmake --build build/asan -j "$jobs"
-ctest --test-dir build/asan --output-on-failure -j "$jobs"
 
-step "4/4 32-bit ARM cross build, tests under qemu-arm"
-cmake -S . -B build/arm -G Ninja -DCMAKE_BUILD_TYPE=Release \
+stage "4/4 32-bit ARM under qemu" build/arm -DCMAKE_BUILD_TYPE=Release \
   -DCMAKE_TOOLCHAIN_FILE="$root/cmake/arm-linux-gnueabihf.cmake"
-cmake --build build/arm -j "$jobs"
-ctest --test-dir build/arm --output-on-failure -j "$jobs"
 
-step "all builds passed"
+step "all stages passed in $((SECONDS - started))s"
+printf '%s\n' "${summary[@]}"

@@ -29,7 +29,7 @@ VXKRN_BEGIN_DECLS
  * used (the first pixel's bit within that byte, 0 the most significant).
  * source is only read. destination needs COMPRESSED_RECORD_MAX_BYTES(count)
  * bytes; bytes of that room past the record may be overwritten.
- * Returns count; -13 for a null buffer or a count above INT32_MAX. */
+ * Returns count; RC_INVALID_PARAMETER for a null buffer or a count above INT32_MAX. */
 VXKRN_API int32_t V_CompressRow(void *destination, const void *source, uint32_t column,
                                 uint32_t count);
 
@@ -37,7 +37,7 @@ VXKRN_API int32_t V_CompressRow(void *destination, const void *source, uint32_t 
  * records back to back. Rows are read at the padded stride above.
  * destination needs rows x COMPRESSED_RECORD_MAX_BYTES(width) bytes; bytes
  * of that room past the last record may be overwritten.
- * Returns 1 (0 rows write nothing); -13 for a null buffer. */
+ * Returns RC_SUCCESS (0 rows write nothing); RC_INVALID_PARAMETER for a null buffer. */
 VXKRN_API ResultCode V_CompressRows(void *destination, const void *source, uint32_t width,
                                     uint32_t rows);
 
@@ -46,14 +46,14 @@ VXKRN_API ResultCode V_CompressRows(void *destination, const void *source, uint3
  * (count + 7) / 8 bytes are written and bits past count cleared. Runs may
  * add up to more or fewer pixels than the row's width: pixels beyond the
  * record's last run read as 0, and nothing past its N words is read.
- * Returns 1; -13 for a null buffer. */
+ * Returns RC_SUCCESS; RC_INVALID_PARAMETER for a null buffer. */
 VXKRN_API ResultCode V_ExpandRow(const void *record, void *destination, uint32_t column,
                                  uint32_t count);
 
 /* Decode `rows` records back to back, each from column 0 over `width`
  * pixels, into plain rows at the padded stride. Per row (width + 7) / 8
  * bytes are written; the padding bytes after them are left as they were.
- * Returns 1 (0 rows write nothing); -13 for a null buffer. */
+ * Returns RC_SUCCESS (0 rows write nothing); RC_INVALID_PARAMETER for a null buffer. */
 VXKRN_API ResultCode V_ExpandRows(const void *records, void *destination, uint32_t width,
                                   uint32_t rows);
 
@@ -62,12 +62,12 @@ VXKRN_API ResultCode V_ExpandRows(const void *records, void *destination, uint32
  * source (a row ending in a 1 run gains a leading zero-length run), so
  * destination needs the source's size plus 2 bytes per row. The buffers
  * must not overlap.
- * Returns 1; -13 for a null buffer. */
+ * Returns RC_SUCCESS; RC_INVALID_PARAMETER for a null buffer. */
 VXKRN_API ResultCode V_MirrorCompressedBuffer(const void *source, void *destination, uint32_t rows);
 
 /* Copy `rows` records into destination in reverse order (the last row
  * first), in a block of the same total size. The buffers must not overlap.
- * Returns 1; -13 for a null buffer. */
+ * Returns RC_SUCCESS; RC_INVALID_PARAMETER for a null buffer. */
 VXKRN_API ResultCode V_FlipCompressedBuffer(const void *source, void *destination, uint32_t rows);
 
 /* Targets of V_ChangeBitmapCompression. */
@@ -81,15 +81,15 @@ VXKRN_API ResultCode V_FlipCompressedBuffer(const void *source, void *destinatio
  * one, keeping its palette, tables and every other field. Compressed storage
  * is trimmed to what its records use. Records hold 1-bit rows only: asked
  * for COMPRESSION_RUNS, a bitmap of another depth gets a memory block.
- * Returns 1; -2 a null or unallocated bitmap; -789 StructSize; -13 another
- * target; the codes of
- * V_DupBitmapNewDim, V_AllocateBitmap (-1 for COMPRESSION_SUPER) and
- * V_CopyBitmapData, the bitmap then left as it was. */
+ * Returns RC_SUCCESS; RC_INVALID_BITMAP a null or unallocated bitmap; RC_INVALID_STRUCT_SIZE
+ * StructSize; RC_INVALID_PARAMETER another target; the codes of V_DupBitmapNewDim, V_AllocateBitmap
+ * (RC_NO_MEMORY for COMPRESSION_SUPER) and V_CopyBitmapData, the bitmap then left as it was. */
 VXKRN_API ResultCode V_ChangeBitmapCompression(BitmapHandle *bitmap, int32_t target);
 
 /* Plain 1-bit storage becomes compressed and compressed becomes plain.
- * Returns 1; -2 a null or unallocated bitmap or one that is not 1-bit;
- * -789; -1360 FLAG_RESTRICTED set; the codes of V_ChangeBitmapCompression. */
+ * Returns RC_SUCCESS; RC_INVALID_BITMAP a null or unallocated bitmap or one that is not 1-bit;
+ * RC_INVALID_STRUCT_SIZE; RC_BITMAP_RESTRICTED FLAG_RESTRICTED set; the codes of
+ * V_ChangeBitmapCompression. */
 VXKRN_API ResultCode V_ToggleBitmapCompression(BitmapHandle *bitmap);
 
 VXKRN_END_DECLS

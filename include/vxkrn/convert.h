@@ -21,7 +21,7 @@ VXKRN_BEGIN_DECLS
  * 64; orders ORDER_RGB, ORDER_BGR, ORDER_GRAY, ORDER_MATRIX as the format
  * table of docs/color.md allows. Palettes (borrowed; 2^bits entries) may be
  * null for the default palette of the depth.
- * Returns 1; -13 for a null buffer, width 0, or any rejected combination,
+ * Returns RC_SUCCESS; RC_INVALID_PARAMETER for a null buffer, width 0, or any rejected combination,
  * with the buffer untouched. */
 VXKRN_API ResultCode V_ConvertBuffer(void *buffer, uint32_t width, int32_t src_bits,
                                      int32_t dst_bits, int32_t src_order, int32_t dst_order,

@@ -20,9 +20,9 @@ VXKRN_BEGIN_DECLS
  * resolution, order, palette (shared, or copied with DUP_OWN_PALETTE),
  * playback parameters, gray parameters (when allocating at the source's
  * depth) and map table. `bitmap` is overwritten.
- * Returns 1; -2 a null record or an unallocated source; -789 the source's
- * StructSize or struct_size; the codes of V_InitBitmap and V_AllocateBitmap;
- * -1 no memory for the palette or gray parameters (what was made is
+ * Returns RC_SUCCESS; RC_INVALID_BITMAP a null record or an unallocated source;
+ * RC_INVALID_STRUCT_SIZE the source's StructSize or struct_size; the codes of V_InitBitmap and
+ * V_AllocateBitmap; RC_NO_MEMORY no memory for the palette or gray parameters (what was made is
  * released again). */
 VXKRN_API ResultCode V_DupBitmapNewDim(BitmapHandle *bitmap, const BitmapHandle *source,
                                        uint32_t struct_size, int32_t width, int32_t height,
@@ -31,13 +31,13 @@ VXKRN_API ResultCode V_DupBitmapNewDim(BitmapHandle *bitmap, const BitmapHandle 
 /* Release a record made by V_DupBitmapNewDim with the same options: a shared
  * palette pointer (no DUP_OWN_PALETTE) and the Extension pointer (no
  * DUP_OWN_EXTENSION) are cleared first, then the whole bitmap (DUP_ALLOCATE)
- * or just an owned palette is freed. Returns 1; -13 null record. */
+ * or just an owned palette is freed. Returns RC_SUCCESS; RC_INVALID_PARAMETER null record. */
 VXKRN_API ResultCode V_FreeDuplicateBitmap(BitmapHandle *bitmap, uint32_t options);
 
 /* Copy the source into `destination`, a new bitmap with storage of the
  * source's kind and its own palette. Copying a bitmap onto itself does
- * nothing. Returns 1; -13 a null record or an unallocated source; -789 the
- * source's StructSize or struct_size; the codes of duplication and
+ * nothing. Returns RC_SUCCESS; RC_INVALID_PARAMETER a null record or an unallocated source;
+ * RC_INVALID_STRUCT_SIZE the source's StructSize or struct_size; the codes of duplication and
  * V_CopyBitmapData (the destination is then freed again). */
 VXKRN_API ResultCode V_CopyBitmap(BitmapHandle *destination, BitmapHandle *source,
                                   uint32_t struct_size);
@@ -50,9 +50,9 @@ VXKRN_API ResultCode V_CopyBitmap2(BitmapHandle *destination, BitmapHandle *sour
  * they are (no conversion). Two compressed bitmaps exchange compressed rows.
  * Both bitmaps are accessed for the copy (when in memory) and released again
  * unless they were accessed already; the same holds for every copy here.
- * Returns 1 (at once for the same record); -2 a null or unallocated record;
- * -789 either StructSize; -1 no memory or a row written short; the codes of
- * the row functions; a callback's result. */
+ * Returns RC_SUCCESS (at once for the same record); RC_INVALID_BITMAP a null or unallocated record;
+ * RC_INVALID_STRUCT_SIZE either StructSize; RC_NO_MEMORY no memory or a row written short; the
+ * codes of the row functions; a callback's result. */
 VXKRN_API ResultCode V_CopyBitmapData(BitmapHandle *destination, BitmapHandle *source);
 
 /* Copy the rectangle (left, top, width, height) of the source into a new
@@ -62,9 +62,9 @@ VXKRN_API ResultCode V_CopyBitmapData(BitmapHandle *destination, BitmapHandle *s
  * when the callback stopped the copy (the partly copied bitmap then takes the
  * source's place). A rectangle that misses the source gives a blank bitmap
  * (in place: the source is left as it was).
- * Returns 1; -13 a null or unallocated source, or a negative width or
- * height; -11 a zero width or height; -789; -1 no memory; the codes of
- * duplication, allocation and the row functions; a callback's result. */
+ * Returns RC_SUCCESS; RC_INVALID_PARAMETER a null or unallocated source, or a negative width or
+ * height; RC_EMPTY_AREA a zero width or height; RC_INVALID_STRUCT_SIZE; RC_NO_MEMORY no memory; the
+ * codes of duplication, allocation and the row functions; a callback's result. */
 VXKRN_API ResultCode V_CopyBitmapRect(BitmapHandle *destination, BitmapHandle *source,
                                       uint32_t struct_size, int32_t left, int32_t top,
                                       int32_t width, int32_t height);
@@ -75,8 +75,9 @@ VXKRN_API ResultCode V_CopyBitmapRect2(BitmapHandle *destination, BitmapHandle *
                                        int32_t width, int32_t height, int32_t memory_type);
 
 /* Keep only the rectangle, clipped to the bitmap, in place.
- * Returns 1; -13 null or unallocated; -789; -11 when the clipped width or
- * height is negative or 0; the codes of V_CopyBitmapRect. */
+ * Returns RC_SUCCESS; RC_INVALID_PARAMETER null or unallocated; RC_INVALID_STRUCT_SIZE;
+ * RC_EMPTY_AREA when the clipped width or height is negative or 0; the codes of V_CopyBitmapRect.
+ */
 VXKRN_API ResultCode V_TrimBitmap(BitmapHandle *bitmap, int32_t left, int32_t top, int32_t width,
                                   int32_t height);
 

@@ -97,7 +97,7 @@ VXKRN_API ResultCode V_OsGetLastError(ResultCode fallback);
 /* Create a new empty file "VK<unique>.tmp" in the thread's temporary
  * directory, exclusively, and write its path into out (VXKRN_MAX_PATH wide
  * characters). The file is not registered for deletion.
- * Returns 1; -13 null out; -1 the file could not be made. */
+ * Returns RC_SUCCESS; RC_INVALID_PARAMETER null out; RC_NO_MEMORY the file could not be made. */
 VXKRN_API ResultCode V_OsGetTempName(wchar_t *out);
 
 /* ---- Redirection -----------------------------------------------------------
@@ -138,14 +138,14 @@ VXKRN_API int64_t V_RedirectedWriteBig(int32_t file, const void *buffer, uint32_
  * (V_GlobalAlloc). Redirections nest; stop them in reverse order.
  * context receives an opaque record (owned by the library until stopped);
  * handle (may be null) receives MEMFILE_HANDLE.
- * Returns 1; -13 null context pointer; -1 no memory. */
+ * Returns RC_SUCCESS; RC_INVALID_PARAMETER null context pointer; RC_NO_MEMORY no memory. */
 VXKRN_API ResultCode V_StartRedirectToBuffer(void **context, int32_t *handle, uint32_t flags,
                                              void *buffer, uint32_t size);
 /* Restore the callbacks that were current before the redirection and free
  * the context. buffer and size (either may be null) receive the block and
  * the size of the data in it; the block now belongs to the caller (a block
  * the library allocated or grew is freed with V_GlobalFree).
- * Returns 1; -13 null context. */
+ * Returns RC_SUCCESS; RC_INVALID_PARAMETER null context. */
 VXKRN_API ResultCode V_StopRedirectToBuffer(void *context, void **buffer, uint32_t *size);
 
 /* Copy a file. The source is read from the file system directly; the

@@ -50,9 +50,9 @@ VXKRN_API HugeMemory *V_AllocHugeMemory(uint32_t size);
  * a Granularity boundary can then reach past the view, so callers that may
  * run short keep their ranges aligned or within one page. The pointer is
  * valid until the next access or clear of the block, or its release.
- * Returns 1; -814 null record; -13 null out, or offset + length beyond
- * BlockSize (mapped only); -1 no view could be mapped (the block then has no
- * view; a later access tries again). */
+ * Returns RC_SUCCESS; RC_INVALID_HANDLE null record; RC_INVALID_PARAMETER null out, or offset +
+ * length beyond BlockSize (mapped only); RC_NO_MEMORY no view could be mapped (the block then has
+ * no view; a later access tries again). */
 VXKRN_API ResultCode V_AccessHugeMemory(HugeMemory *memory, void **out, uint32_t offset,
                                         uint32_t length);
 
@@ -60,8 +60,8 @@ VXKRN_API ResultCode V_AccessHugeMemory(HugeMemory *memory, void **out, uint32_t
  * the block as needed. Plain block, deliberately different: the first
  * `length` bytes of the block are set to the low byte of `offset`, so an
  * offset of 0 clears the start of the block.
- * Returns 1 (also for length 0); -814 null record; -13 mapped and
- * offset + length beyond BlockSize (nothing is cleared); -1 a view could not
+ * Returns RC_SUCCESS (also for length 0); RC_INVALID_HANDLE null record; RC_INVALID_PARAMETER
+ * mapped and offset + length beyond BlockSize (nothing is cleared); RC_NO_MEMORY a view could not
  * be mapped (bytes before it are cleared). */
 VXKRN_API ResultCode V_ZeroHugeMemory(HugeMemory *memory, uint32_t offset, uint32_t length);
 
@@ -85,16 +85,16 @@ VXKRN_API void V_HeapTerm(void *arena);
  * bytes / (row groups) bytes, rounded up to 256 KiB steps, from the last
  * group to the first. An arena whose free end is larger shrinks to that
  * room: this reserves, it never only adds. Size is recomputed.
- * Returns 1; 0 at the first arena the heap could not resize (the ones after
- * it in the bitmap are done, the rest unchanged); -13 null record, not
- * allocated or not FLAG_COMPRESSED; -789 StructSize. */
+ * Returns RC_SUCCESS; 0 at the first arena the heap could not resize (the ones after
+ * it in the bitmap are done, the rest unchanged); RC_INVALID_PARAMETER null record, not
+ * allocated or not FLAG_COMPRESSED; RC_INVALID_STRUCT_SIZE StructSize. */
 VXKRN_API ResultCode V_GrowBitmapHeap(BitmapHandle *bitmap, uint32_t bytes);
 
 /* Give back the free end of every arena of a compressed bitmap beyond 128
  * bytes, from the last group to the first. Size is recomputed.
- * Returns 1; 0 at the first arena that gave nothing back (its free end was
+ * Returns RC_SUCCESS; 0 at the first arena that gave nothing back (its free end was
  * 128 bytes or less, or it ends in a used chunk) or that the heap could not
- * shrink; -13 as V_GrowBitmapHeap; -789 StructSize. */
+ * shrink; RC_INVALID_PARAMETER as V_GrowBitmapHeap; RC_INVALID_STRUCT_SIZE StructSize. */
 VXKRN_API ResultCode V_TrimBitmapHeap(BitmapHandle *bitmap);
 
 VXKRN_END_DECLS

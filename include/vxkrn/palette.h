@@ -31,12 +31,12 @@ VXKRN_API int32_t V_FindPaletteIndex(const PaletteEntry *entries, uint32_t count
 /* GRAY_... for count entries. GRAY_NONE when any entry is not gray (and for
  * count 0). A ramp of count entries must step by 255 / (count - 1),
  * truncated, so 8-entry gray ramps classify GRAY_UNORDERED.
- * Returns the kind; -13 for null entries. */
+ * Returns the kind; RC_INVALID_PARAMETER for null entries. */
 VXKRN_API int32_t V_IsGrayScalePalette(const PaletteEntry *entries, uint32_t count);
 
 /* GRAY_... of a bitmap: its palette up to 8 bits, its gray description and
- * LUT for ORDER_GRAY. Returns the kind; -13 null; -789 StructSize; -1486 a
- * LUTLength that does not fit the gray description. */
+ * LUT for ORDER_GRAY. Returns the kind; RC_INVALID_PARAMETER null; RC_INVALID_STRUCT_SIZE
+ * StructSize; RC_INVALID_LUT_LENGTH a LUTLength that does not fit the gray description. */
 VXKRN_API int32_t V_IsGrayScaleBitmap(const BitmapHandle *bitmap);
 
 /* The index, in the bitmap's palette, of the entry nearest to a colour
@@ -62,37 +62,37 @@ VXKRN_API int32_t V_CompareBitmapToPalette(const BitmapHandle *bitmap, const Pal
 
 /* Copy up to count entries from index first of the bitmap's palette.
  * Returns the entries copied (min(first + count, ColorCount) - first); 0 for
- * null arguments, no palette, or first at or beyond ColorCount; -789
+ * null arguments, no palette, or first at or beyond ColorCount; RC_INVALID_STRUCT_SIZE
  * StructSize. */
 VXKRN_API int32_t V_GetBitmapPaletteEntries(const BitmapHandle *bitmap, uint32_t first,
                                             uint32_t count, PaletteEntry *entries);
 
 /* Replace entries first .. first + count - 1 of an allocated bitmap of up to
  * 8 bits; a bitmap without palette first gets a zeroed one of ColorCount
- * entries. Returns 1; -2 null or not allocated; -789 StructSize; -13 first
- * negative, first + count beyond ColorCount, more than 8 bits per pixel, or
- * null entries; -1 no memory. */
+ * entries. Returns RC_SUCCESS; RC_INVALID_BITMAP null or not allocated; RC_INVALID_STRUCT_SIZE
+ * StructSize; RC_INVALID_PARAMETER first negative, first + count beyond ColorCount, more than 8
+ * bits per pixel, or null entries; RC_NO_MEMORY no memory. */
 VXKRN_API ResultCode V_PutBitmapColors(BitmapHandle *bitmap, int32_t first, uint32_t count,
                                        const PaletteEntry *entries);
 
-/* Read count entries from index first. Returns 1; -2 null; -789
- * StructSize; -13 count 0, null entries, more than 8 bits per pixel, or
- * fewer than count entries available. */
+/* Read count entries from index first. Returns RC_SUCCESS; RC_INVALID_BITMAP null;
+ * RC_INVALID_STRUCT_SIZE StructSize; RC_INVALID_PARAMETER count 0, null entries, more than 8 bits
+ * per pixel, or fewer than count entries available. */
 VXKRN_API ResultCode V_GetBitmapColors(const BitmapHandle *bitmap, uint32_t first, uint32_t count,
                                        PaletteEntry *entries);
 
 /* Free the bitmap's palette and give it a copy of count entries (borrowed)
  * with ColorCount = count. Null entries leave it without palette
- * (ColorCount untouched) and return 1. Returns 1; 0 when the copy cannot be
+ * (ColorCount untouched) and return 1. Returns RC_SUCCESS; 0 when the copy cannot be
  * made (count 0 or above 256, or no memory: the bitmap is then without
- * palette and ColorCount untouched); -13 null bitmap. */
+ * palette and ColorCount untouched); RC_INVALID_PARAMETER null bitmap. */
 VXKRN_API ResultCode V_SetBitmapNewPalette(BitmapHandle *bitmap, const PaletteEntry *entries,
                                            uint32_t count);
 
 /* Give destination a copy of source's palette (or no palette and
- * ColorCount 0 when source has none). Returns 1, or 0 as
- * V_SetBitmapNewPalette; -13 either null; -789 either StructSize (source
- * first). */
+ * ColorCount 0 when source has none). Returns RC_SUCCESS, or 0 as
+ * V_SetBitmapNewPalette; RC_INVALID_PARAMETER either null; RC_INVALID_STRUCT_SIZE either StructSize
+ * (source first). */
 VXKRN_API ResultCode V_CopyBitmapPalette(BitmapHandle *destination, const BitmapHandle *source);
 
 /* ---- Palette objects -----------------------------------------------------*/
@@ -120,9 +120,9 @@ VXKRN_API VPalette V_DupPalette(VPalette palette);
 VXKRN_API VPalette V_DupBitmapPalette(const BitmapHandle *bitmap);
 /* Replace the bitmap's palette with the object's entries and set
  * ColorCount. The old palette is freed first, so a failed copy leaves the
- * bitmap without palette. Returns 1; -2 null bitmap; -789 StructSize; -13
- * null object or one of fewer than 2 or more than 256 entries; -1 no
- * memory. */
+ * bitmap without palette. Returns RC_SUCCESS; RC_INVALID_BITMAP null bitmap; RC_INVALID_STRUCT_SIZE
+ * StructSize; RC_INVALID_PARAMETER null object or one of fewer than 2 or more than 256 entries;
+ * RC_NO_MEMORY no memory. */
 VXKRN_API ResultCode V_SetBitmapPalette(BitmapHandle *bitmap, VPalette palette);
 
 /* ---- Built-in palettes and creation ---------------------------------------*/
@@ -139,8 +139,9 @@ VXKRN_API PaletteEntry *V_CreateGrayPalette(int32_t bits_per_pixel);
 /* Give the bitmap a gray palette of 2^BitsPerPixel entries and set
  * ColorCount. The array is stored over Palette without freeing an existing
  * one: use it on bitmaps that have no palette yet.
- * Returns 1; -13 null; -789 StructSize; -27 BitsPerPixel outside 1..8; -1 no
- * memory (bitmap unchanged). */
+ * Returns RC_SUCCESS; RC_INVALID_PARAMETER null; RC_INVALID_STRUCT_SIZE StructSize;
+ * RC_INVALID_BITS_PER_PIXEL BitsPerPixel outside 1..8; RC_NO_MEMORY no memory (bitmap unchanged).
+ */
 VXKRN_API ResultCode V_CreateBitmapGrayPalette(BitmapHandle *bitmap);
 
 /* An owned copy of the default palette of 1 to 8 bits (0 gives the 1-bit
@@ -151,8 +152,9 @@ VXKRN_API PaletteEntry *V_CreateFixedPalette(int32_t bits_per_pixel);
  * BitsPerPixel): 2 and 4 both take the 1-bit table, so a 4-entry bitmap gets
  * black, white, black, gray 85 (the default tables lie one after another).
  * Stored over Palette without freeing an existing one.
- * Returns 1; 0 (not an error code) for a ColorCount other than 2, 4, 8, ...,
- * 256; -13 null; -789 StructSize; -1 no memory (bitmap unchanged). */
+ * Returns RC_SUCCESS; 0 (not an error code) for a ColorCount other than 2, 4, 8, ...,
+ * 256; RC_INVALID_PARAMETER null; RC_INVALID_STRUCT_SIZE StructSize; RC_NO_MEMORY no memory (bitmap
+ * unchanged). */
 VXKRN_API ResultCode V_CreateBitmapFixedPalette(BitmapHandle *bitmap);
 
 /* The library's read-only default palette of 1 to 8 bits; null otherwise. */
@@ -164,7 +166,7 @@ VXKRN_API const PaletteEntry *V_IntGetNetscapePalette(void);
 
 /* Copy a default palette into entries (room for 2^bits entries, 256 for
  * depth 0): depth 0 fills 256 gray levels, 1 to 8 the default palette.
- * Returns 1; -13 null entries or depth outside 0..8. */
+ * Returns RC_SUCCESS; RC_INVALID_PARAMETER null entries or depth outside 0..8. */
 VXKRN_API ResultCode V_GetFixedPalette(PaletteEntry *entries, int32_t bits_per_pixel);
 
 VXKRN_END_DECLS

@@ -22,13 +22,20 @@ typedef struct VeltThread {
 
 VXKRN_BEGIN_DECLS
 
+/* A short English text for a result code, for messages: "success", "out
+ * of memory", "invalid parameter", ... (docs/guide.md lists them). Any other
+ * value gives "unknown result code". The text is static: never null, never
+ * to be freed. */
+VXKRN_API const char *V_ResultText(ResultCode code);
+
 /* ---- Per-thread settings -------------------------------------------------
  * Each thread has its own settings, created on its first call. A thread that
  * never changes one sees the initial value: dithering 7, resolutions 150,
  * memory type 1, thresholds (0, 0x7FFFFFFF, 0, -100, 1), the system
  * temporary directory, no callbacks. */
 
-/* Set the dithering method new bitmaps get. Returns 1; -13 if method > 8. */
+/* Set the dithering method new bitmaps get. Returns RC_SUCCESS; RC_INVALID_PARAMETER if method > 8.
+ */
 VXKRN_API ResultCode V_DefaultDithering(uint32_t method);
 /* The dithering method new bitmaps get. */
 VXKRN_API int32_t V_GetDefaultDithering(void);
@@ -42,29 +49,30 @@ VXKRN_API int32_t V_GetDefaultYResolution(void);
 
 /* The default memory type, kept for callers (allocation does not read it).
  * Set accepts MEM_CONVENTIONAL (1) and MEM_TEMP_FILE (128).
- * Return 1; -13 for another value or a null pointer. */
+ * Return RC_SUCCESS; RC_INVALID_PARAMETER for another value or a null pointer. */
 VXKRN_API ResultCode V_SetDefaultMemoryType(int32_t memory_type);
 VXKRN_API ResultCode V_GetDefaultMemoryType(int32_t *memory_type);
 
 /* Five memory thresholds, kept for callers. mask bit 1 sets the first value,
  * 2 the second, 4 the third, 8 the fourth, 16 the fifth, in that order.
  * Each value set must be at least -100, the third at least 0.
- * Returns 1; -13 for a value out of range (values set before it stay set). */
+ * Returns RC_SUCCESS; RC_INVALID_PARAMETER for a value out of range (values set before it stay
+ * set). */
 VXKRN_API ResultCode V_SetMemoryThresholds(int32_t threshold1, int32_t threshold2,
                                            int32_t threshold3, int32_t threshold4,
                                            int32_t threshold5, uint32_t mask);
-/* Read the five thresholds; any pointer may be null. Returns 1. */
+/* Read the five thresholds; any pointer may be null. Returns RC_SUCCESS. */
 VXKRN_API ResultCode V_GetMemoryThresholds(int32_t *threshold1, int32_t *threshold2,
                                            int32_t *threshold3, int32_t *threshold4,
                                            int32_t *threshold5);
 
 /* Set the directory for new temporary files (path borrowed, copied). It must
  * exist and be a directory, and be shorter than VXKRN_TEMP_PATH_CHARS
- * characters. Returns 1; -13 null, unknown, not a directory, too long, or
+ * characters. Returns RC_SUCCESS; RC_INVALID_PARAMETER null, unknown, not a directory, too long, or
  * not valid Unicode. */
 VXKRN_API ResultCode V_SetTempDirectory(const wchar_t *path);
 /* Copy the temporary directory into a buffer of VXKRN_TEMP_PATH_CHARS wide
- * characters (terminated). Returns 1; -13 null buffer. */
+ * characters (terminated). Returns RC_SUCCESS; RC_INVALID_PARAMETER null buffer. */
 VXKRN_API ResultCode V_GetTempDirectory(wchar_t *buffer);
 
 /* Status callback of long operations. The old pair is returned through the
@@ -118,13 +126,17 @@ VXKRN_API void *V_GlobalAlloc(uint32_t count, uint32_t size);
 VXKRN_API void *V_GlobalAllocInit(uint32_t count, uint32_t size);
 /* Resize a system heap block (null allocates); new bytes are not cleared. */
 VXKRN_API void *V_GlobalRealloc(void *block, uint32_t size);
-/* Free a system heap block. Returns 1. */
+/* Free a system heap block. Returns RC_SUCCESS. */
 VXKRN_API int32_t V_GlobalFree(void *block);
 /* System heap block with allocation flags: 0x40 clears it, other bits have
  * no meaning here. */
 VXKRN_API void *V_OsAllocHandle(uint32_t flags, uint32_t size);
 /* Cleared system heap block; flags are ignored. */
 VXKRN_API void *V_OsAllocHandleInit(uint32_t flags, uint32_t size);
+/* Resize a system heap block to `size` bytes, keeping its contents up to
+ * the smaller size (a null block allocates a cleared one). Returns the
+ * block, which may have moved, or null when it cannot be had; the old block
+ * then stays valid and unchanged. */
 VXKRN_API void *V_OsReallocHandle(void *block, uint32_t size);
 /* Free a system heap block. Returns 0. */
 VXKRN_API int32_t V_OsFreeHandle(void *block);
@@ -154,12 +166,12 @@ VXKRN_API wchar_t *V_SkipPath(const wchar_t *path);
 
 /* Start a thread running record->Routine(record); its handle goes into
  * record->Thread. The thread must be joined with V_VeltThreadJoin.
- * Returns 1; -1 the thread could not be started (or null record/routine). */
+ * Returns RC_SUCCESS; RC_NO_MEMORY the thread could not be started (or null record/routine). */
 VXKRN_API ResultCode V_VeltThreadCreateAndRun(VeltThread *record);
 /* Wait for a thread started by V_VeltThreadCreateAndRun and release it; the
  * routine's result goes to exit_code (may be null). Each handle is joined
  * exactly once; any other value than such a handle is undefined.
- * Returns 1; -13 a zero handle or the system refused the join. */
+ * Returns RC_SUCCESS; RC_INVALID_PARAMETER a zero handle or the system refused the join. */
 VXKRN_API ResultCode V_VeltThreadJoin(uintptr_t thread, uint32_t *exit_code);
 
 VXKRN_END_DECLS

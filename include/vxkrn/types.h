@@ -76,6 +76,19 @@ typedef uint32_t ColorValue;
 #define ORDER_GRAY 2
 #define ORDER_MATRIX 5
 
+/* BitmapHandle.ViewPerspective: where the first stored row and the first
+ * stored column lie in the picture as it is meant to be seen (the numbering
+ * of the TIFF and Exif orientation tag; docs/guide.md draws all eight). From
+ * 5 to 8 stored rows run along the picture's columns. */
+#define VIEW_TOP_LEFT 1     /* rows from the top, columns from the left */
+#define VIEW_TOP_RIGHT 2    /* rows from the top, columns from the right */
+#define VIEW_BOTTOM_RIGHT 3 /* rows from the bottom, columns from the right */
+#define VIEW_BOTTOM_LEFT 4  /* rows from the bottom, columns from the left (new records) */
+#define VIEW_LEFT_TOP 5     /* rows from the left side, columns from the top */
+#define VIEW_RIGHT_TOP 6    /* rows from the right side, columns from the top */
+#define VIEW_RIGHT_BOTTOM 7 /* rows from the right side, columns from the bottom */
+#define VIEW_LEFT_BOTTOM 8  /* rows from the left side, columns from the bottom */
+
 /* BitmapHandle.Flags bits. Bits not listed are kept as they are. */
 #define FLAG_ALLOCATED 0x0001u        /* storage exists */
 #define FLAG_CONVENTIONAL 0x0002u     /* pixel data live in memory */

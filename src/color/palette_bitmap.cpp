@@ -38,8 +38,10 @@ ResultCode V_PutBitmapColors(BitmapHandle *bitmap, int32_t first, uint32_t count
 ResultCode V_GetBitmapColors(const BitmapHandle *bitmap, uint32_t first, uint32_t count,
                              PaletteEntry *entries) {
   VXKRN_TRY(check_handle(bitmap, RC_INVALID_BITMAP));
-  if (count == 0 || !entries || bitmap->BitsPerPixel > 8) return RC_INVALID_PARAMETER;
-  if (V_GetBitmapPaletteEntries(bitmap, first, count, entries) < static_cast<int32_t>(count))
+  if (count == 0 || !entries || bitmap->BitsPerPixel > 8 || !bitmap->Palette ||
+      bitmap->ColorCount <= 0 || uint64_t{first} + count > uint64_t(bitmap->ColorCount))
+    return RC_INVALID_PARAMETER;
+  if (V_GetBitmapPaletteEntries(bitmap, first, count, entries) != static_cast<int32_t>(count))
     return RC_INVALID_PARAMETER;
   return RC_SUCCESS;
 }

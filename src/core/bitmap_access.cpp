@@ -13,7 +13,9 @@ namespace {
 bool directly_accessible(const BitmapHandle *bitmap) {
   if (!bitmap || bitmap->StructSize != BITMAPHANDLE_SIZE) return false;
   const std::uint32_t flags = bitmap->Flags;
-  if (!(flags & FLAG_CONVENTIONAL)) return false;
+  // A freed record may keep FLAG_CONVENTIONAL; it has nothing to point at.
+  if ((flags & (FLAG_ALLOCATED | FLAG_CONVENTIONAL)) != (FLAG_ALLOCATED | FLAG_CONVENTIONAL))
+    return false;
   if (flags & (FLAG_COMPRESSED | FLAG_NO_DIRECT_ACCESS | FLAG_SUPER_COMPRESSED)) return false;
   return !(flags & FLAG_USER_MEMORY) || (flags & FLAG_USER_BLOCK);
 }

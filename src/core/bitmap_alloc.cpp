@@ -163,6 +163,8 @@ extern "C" {
 ResultCode V_AllocateBitmap(BitmapHandle *bitmap, int32_t memory_type) {
   thread_state();
   VXKRN_TRY(check_handle(bitmap, RC_INVALID_PARAMETER));
+  // Allocating over storage would lose it: the caller frees first.
+  if (bitmap->Flags & FLAG_ALLOCATED) return RC_INVALID_PARAMETER;
   if (bitmap->Size == 0) return RC_EMPTY_AREA;
   bitmap->Flags &= ~FLAG_STORAGE_MASK;
   const int32_t type = resolve_memory_type(memory_type, bitmap->BitsPerPixel);

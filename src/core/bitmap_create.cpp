@@ -29,6 +29,8 @@ ResultCode V_CreateBitmap(BitmapHandle *bitmap, uint32_t struct_size, int32_t me
                           uint32_t data_size) {
   VXKRN_TRY(check_record(bitmap, RC_INVALID_PARAMETER));
   VXKRN_TRY(check_struct_size(struct_size));
+  if (order != ORDER_RGB && order != ORDER_BGR && order != ORDER_GRAY && order != ORDER_MATRIX)
+    return RC_INVALID_PARAMETER;
   bitmap->StructSize = BITMAPHANDLE_SIZE;
   const bool gray = bits_per_pixel == 0;
   if (gray) bits_per_pixel = 8;

@@ -80,6 +80,45 @@ const uint8_t *V_Get1BitOnTable(void) {
   return kBitCounts.data();
 }
 
+const char *V_ResultText(ResultCode code) {
+  switch (code) {
+    case RC_SUCCESS:
+      return "success";
+    case RC_NO_MEMORY:
+      return "out of memory";
+    case RC_INVALID_BITMAP:
+      return "bitmap missing, not allocated or of a kind not handled";
+    case RC_IMAGE_TOO_LARGE:
+      return "image too large";
+    case RC_FILE_SEEK:
+      return "file seek failed";
+    case RC_FILE_WRITE:
+      return "file write failed";
+    case RC_FILE_READ:
+      return "file read failed";
+    case RC_EMPTY_AREA:
+      return "empty image or rectangle";
+    case RC_INVALID_PARAMETER:
+      return "invalid parameter";
+    case RC_INVALID_FORMAT:
+      return "unsupported bitmap header";
+    case RC_INVALID_BITS_PER_PIXEL:
+      return "bits per pixel not supported";
+    case RC_DISK_FULL:
+      return "disk full";
+    case RC_INVALID_STRUCT_SIZE:
+      return "wrong record size";
+    case RC_INVALID_HANDLE:
+      return "invalid handle";
+    case RC_BITMAP_RESTRICTED:
+      return "bitmap restricted";
+    case RC_INVALID_LUT_LENGTH:
+      return "lookup table length does not fit";
+    default:
+      return "unknown result code";
+  }
+}
+
 wchar_t *V_SkipPath(const wchar_t *path) {
   if (!path) return nullptr;
   const wchar_t *name = after_last(after_last(after_last(path, L':'), L'\\'), L'/');

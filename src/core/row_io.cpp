@@ -106,7 +106,10 @@ std::int32_t transfer_bytes(const BitmapHandle &bitmap, std::uint64_t offset, vo
       const std::int64_t moved = direction == Direction::Read
                                      ? platform::file_read_all(file, buffer, count)
                                      : platform::file_write_all(file, buffer, count);
-      if (moved < 0) return direction == Direction::Read ? RC_FILE_READ : RC_FILE_WRITE;
+      // A file cut short behind the library's back reads short: the bytes
+      // asked for are not there.
+      if (moved != static_cast<std::int64_t>(count))
+        return direction == Direction::Read ? RC_FILE_READ : RC_FILE_WRITE;
       return static_cast<std::int32_t>(moved);
     }
     case StorageKind::Compressed:

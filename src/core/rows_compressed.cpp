@@ -1,6 +1,5 @@
 // Rows exchanged as run-length records: stored as they are in compressed
 // bitmaps, expanded into or encoded from plain rows for every other kind.
-#include "core/bitmap_lock.h"
 #include "core/checks.h"
 #include "core/progress.h"
 #include "core/row_io.h"
@@ -63,6 +62,10 @@ ResultCode V_PutBitmapRowCompressed(BitmapHandle *bitmap, void *work, const void
   if (first_row < 0) return RC_INVALID_PARAMETER;
   const uint32_t rows = rows_to_move(*bitmap, first_row, row_count);
   const auto *record = static_cast<const uint8_t *>(records);
+  // Every record is checked before the first is stored.
+  const uint8_t *check = record;
+  for (uint32_t k = 0; k < rows; ++k, check += vxkrn::io::record_bytes(check))
+    if (!vxkrn::io::is_row_record(check, uint64_t(bitmap->Width))) return RC_INVALID_PARAMETER;
   if (rows && compressed(*bitmap)) {
     for (uint32_t k = 0; k < rows; ++k, record += vxkrn::io::record_bytes(record))
       VXKRN_TRY(compressed_put_record(*bitmap, first_row + static_cast<int32_t>(k), record));
@@ -73,9 +76,6 @@ ResultCode V_PutBitmapRowCompressed(BitmapHandle *bitmap, void *work, const void
   const auto stride = static_cast<uint32_t>(bitmap->BytesPerLine);
   WorkRow row(work, stride);
   if (!row.get()) return RC_NO_MEMORY;
-  // A compressed bitmap that switched to plain storage under an earlier call
-  // is written on through memory its caller did not access.
-  BitmapLock locked(bitmap);
   for (uint32_t k = 0; k < rows; ++k, record += vxkrn::io::record_bytes(record)) {
     vxkrn::io::decode_runs(record + 4, vxkrn::io::record_words(record), 0, uint64_t(bitmap->Width),
                            row.get());
@@ -110,26 +110,26 @@ ResultCode V_GetBitmapRowCompressed(const BitmapHandle *bitmap, void *work, void
   return RC_SUCCESS;
 }
 
-ResultCode V_PutBitmapRowColCompressed(BitmapHandle *bitmap, void *work, const void *record,
-                                       int32_t row, int32_t first_column, uint32_t pixel_count) {
+int32_t V_PutBitmapRowColCompressed(BitmapHandle *bitmap, void *work, const void *record,
+                                    int32_t row, int32_t first_column, uint32_t pixel_count) {
   VXKRN_TRY(check_bitmap(bitmap, record));
   if (first_column < 0 || int64_t{first_column} + pixel_count > bitmap->Width)
     return RC_INVALID_PARAMETER;
-  if (pixel_count == 0) return RC_SUCCESS;
+  const auto *r = static_cast<const uint8_t *>(record);
+  if (!vxkrn::io::is_row_record(r, pixel_count)) return RC_INVALID_PARAMETER;
+  if (pixel_count == 0) return 0;
   WorkRow pixels(work, static_cast<uint32_t>(bitmap->BytesPerLine));
   if (!pixels.get()) return RC_NO_MEMORY;
-  const auto *r = static_cast<const uint8_t *>(record);
   vxkrn::io::decode_runs(r + 4, vxkrn::io::record_words(r), 0, pixel_count, pixels.get());
-  BitmapLock locked(bitmap);
   // The pixels land at their columns exactly; neighbours keep their bits.
   const int32_t segment[2] = {first_column, static_cast<int32_t>(pixel_count)};
   VXKRN_TRY(V_PutBitmapRowSegments(bitmap, pixels.get(), row, first_column, segment, 1, 0));
   switch_if_larger(bitmap);
-  return RC_SUCCESS;
+  return static_cast<int32_t>((uint64_t{pixel_count} + 7) >> 3);
 }
 
-ResultCode V_GetBitmapRowColCompressed(const BitmapHandle *bitmap, void *work, void *record,
-                                       int32_t row, int32_t first_column, uint32_t pixel_count) {
+int32_t V_GetBitmapRowColCompressed(const BitmapHandle *bitmap, void *work, void *record,
+                                    int32_t row, int32_t first_column, uint32_t pixel_count) {
   VXKRN_TRY(check_bitmap(bitmap, record));
   if (first_column < 0 || int64_t{first_column} + pixel_count > bitmap->Width)
     return RC_INVALID_PARAMETER;
@@ -142,7 +142,7 @@ ResultCode V_GetBitmapRowColCompressed(const BitmapHandle *bitmap, void *work, v
     if (got != static_cast<int32_t>(bytes)) return got < 1 ? got : RC_FILE_READ;
   }
   vxkrn::io::encode_row(pixels.get(), first_bit, pixel_count, static_cast<uint8_t *>(record));
-  return RC_SUCCESS;
+  return static_cast<int32_t>((uint64_t{pixel_count} + 7) >> 3);
 }
 
 }  // extern "C"

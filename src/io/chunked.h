@@ -9,19 +9,19 @@ namespace vxkrn::io {
 constexpr std::uint32_t kChunkBytes = 0x7FFFFFF;
 
 // transfer(byte offset, chunk size) returns what one call moved or a
-// negative failure. A call that moves nothing is repeated: chunked transfers
-// are only asked for bytes that exist.
+// negative failure. Returns the bytes moved: count, fewer when a call moved
+// nothing (the end of the file, or a file that takes no more), or -1.
 template <class Transfer>
 std::int64_t chunked_transfer(std::uint32_t count, Transfer transfer) {
-  if (count == 0) return 0;
   std::uint32_t done = 0;
-  for (;;) {
+  while (done < count) {
     const std::uint32_t remaining = count - done;
     const std::int32_t moved = transfer(done, remaining < kChunkBytes ? remaining : kChunkBytes);
     if (moved < 0) return -1;
-    if (static_cast<std::uint32_t>(moved) == remaining) return count;
+    if (moved == 0) break;
     done += static_cast<std::uint32_t>(moved);
   }
+  return done;
 }
 
 }  // namespace vxkrn::io

@@ -20,7 +20,8 @@ MemoryFile *as_file(void *user_data) {
 int32_t memory_open(const wchar_t *, int32_t flags, int32_t, void *user_data) {
   MemoryFile *file = as_file(user_data);
   file->position = 0;
-  if (flags & OPEN_TRUNCATE) file->data_size = 0;
+  // Creating a file empties it, as on disk.
+  if (flags & (OPEN_TRUNCATE | OPEN_CREATE)) file->data_size = 0;
   return MEMFILE_HANDLE;
 }
 
@@ -53,7 +54,8 @@ int32_t memory_write(int32_t handle, const void *buffer, uint32_t count, void *u
   MemoryFile *file = as_file(user_data);
   if (!buffer || handle != MEMFILE_HANDLE || !(file->flags & MEMFILE_WRITE)) return -1;
   if (count == 0) {
-    file->data_size = file->position;
+    // A cut shortens the file; at or past its end it changes nothing.
+    if (file->position < file->data_size) file->data_size = file->position;
     return 0;
   }
   const uint64_t end = uint64_t{file->position} + count;
@@ -62,6 +64,10 @@ int32_t memory_write(int32_t handle, const void *buffer, uint32_t count, void *u
   uint32_t n = file->capacity - file->position;
   if (count < n) n = count;
   if (n > INT32_MAX) n = INT32_MAX;
+  // Bytes between the old end and a write past it read as zeros, whatever
+  // the block held there (a cut, a trim or a reallocation left them).
+  if (n && file->position > file->data_size)
+    std::memset(file->buffer + file->data_size, 0, file->position - file->data_size);
   std::memcpy(file->buffer + file->position, buffer, n);
   file->position += n;
   if (file->position > file->data_size) file->data_size = file->position;
@@ -110,6 +116,25 @@ void swap_with_thread(MemoryFile *file) {
              &s.write_data, &s.seek_data, &s.close_data);
 }
 
+// Whether the thread's table is this redirection's own: only then does
+// stopping it put back what was current before it. Redirections stop in the
+// reverse order of their starts.
+bool is_current(const MemoryFile *file) {
+  IoOpenFunc open = nullptr;
+  IoReadFunc read = nullptr;
+  IoWriteFunc write = nullptr;
+  IoSeekFunc seek = nullptr;
+  IoCloseFunc close = nullptr;
+  V_FilterIO(&open, &read, &write, &seek, &close, nullptr, nullptr, nullptr, nullptr, nullptr);
+  void *data[5];
+  V_GetFilterIOData(&data[0], &data[1], &data[2], &data[3], &data[4]);
+  const bool callbacks = open == memory_open && read == memory_read && write == memory_write &&
+                         seek == memory_seek && close == memory_close;
+  for (void *d : data)
+    if (d != file) return false;
+  return callbacks;
+}
+
 }  // namespace
 
 extern "C" {
@@ -136,6 +161,7 @@ ResultCode V_StartRedirectToBuffer(void **context, int32_t *handle, uint32_t fla
 ResultCode V_StopRedirectToBuffer(void *context, void **buffer, uint32_t *size) {
   if (!context) return RC_INVALID_PARAMETER;
   MemoryFile *file = as_file(context);
+  if (!is_current(file)) return RC_INVALID_PARAMETER;
   swap_with_thread(file);
   if (buffer) *buffer = file->buffer;
   if (size) *size = file->data_size;

@@ -58,13 +58,21 @@ alignas(64) constexpr RunTable kRuns = make_run_table();
 // value, which starts at minus the bit offset of the first pixel so that the
 // cleared bits before it are not counted) and the colour of the last pixel.
 //
-// Whole bytes append their runs with a 16-byte copy, which may write past the
-// words it means. That stays inside max_record_bytes(count): the words so
-// far are 1 + (colour changes) + 2 x (splits), a split needs an open word of
-// at least 65528 pixels of which only the first can be a change, so before a
-// whole byte that starts at real pixel p there are at most p + 1 words and
-// its copy ends by word p + 9 <= count + 1. Only a first byte that holds
-// fewer than 8 real pixels breaks this; it goes through add_bits.
+// Whole bytes append exactly the words of their runs (two overlapping fixed
+// copies, so that no byte past the record is ever written: callers size
+// buffers to the records they expect).
+inline void copy_words(std::uint8_t *to, const std::uint8_t *from, std::uint32_t bytes) {
+  if (bytes >= 8) {
+    std::memcpy(to, from, 8);
+    std::memcpy(to + bytes - 8, from + bytes - 8, 8);
+  } else if (bytes >= 4) {
+    std::memcpy(to, from, 4);
+    std::memcpy(to + bytes - 4, from + bytes - 4, 4);
+  } else if (bytes) {
+    std::memcpy(to, from, 2);
+  }
+}
+
 class RowEncoder {
  public:
   RowEncoder(std::uint8_t *record, std::uint32_t first_bit)
@@ -100,8 +108,11 @@ class RowEncoder {
       split();
     value_ += joined;
     store16(open_, static_cast<std::uint32_t>(value_));
-    std::memcpy(open_ + 2, runs.words + 2 * same, 16);
     const std::uint32_t appended = runs.count - same;
+    if (appended == 1)
+      std::memcpy(open_ + 2, runs.words + 2 * same, 2);
+    else
+      copy_words(open_ + 2, runs.words + 2 * same, 2 * appended);
     open_ += 2 * appended;
     if (appended) value_ = runs.last;
     colour_ = byte & 1;
@@ -247,6 +258,53 @@ void decode_runs(const std::uint8_t *words, std::uint32_t n, std::uint64_t colum
   }
 }
 
+// Zero-length runs inside a record: each must sit between two words of one
+// colour that together exceed a word. Only called for records that have one.
+bool zero_runs_split_long_runs(const std::uint8_t *words, std::uint32_t n) {
+  for (std::uint32_t i = 1; i < n; ++i) {
+    if (load16(words + 2 * std::size_t{i}) != 0) continue;
+    if (i + 1 == n) return false;
+    const std::uint32_t around =
+        load16(words + 2 * std::size_t{i - 1}) + load16(words + 2 * std::size_t{i + 1});
+    if (around <= kMaxRunWord) return false;
+  }
+  return true;
+}
+
+bool is_row_record(const std::uint8_t *record, std::uint64_t pixels) noexcept {
+  const std::uint32_t n = record_words(record);
+  if (n > pixels + 1) return false;
+  if (n == 0) return pixels == 0;
+  const std::uint8_t *words = record + 4;
+  // The first word may be zero; after it, four words at a time: their sum,
+  // and whether one of them is zero.
+  std::uint64_t sum = load16(words), zero = 0;
+  std::uint32_t i = 1;
+  if constexpr (std::endian::native == std::endian::little) {
+    constexpr std::uint64_t kLow = 0x0001000100010001, kHigh = 0x8000800080008000;
+    for (; i + 4 <= n; i += 4) {
+      std::uint64_t v;
+      std::memcpy(&v, words + 2 * std::size_t{i}, 8);
+      zero |= (v - kLow) & ~v & kHigh;
+      sum += (v & 0xFFFF) + ((v >> 16) & 0xFFFF) + ((v >> 32) & 0xFFFF) + (v >> 48);
+    }
+  }
+  for (; i < n; ++i) {
+    const std::uint32_t word = load16(words + 2 * std::size_t{i});
+    zero |= word == 0;
+    sum += word;
+  }
+  return sum == pixels && (!zero || zero_runs_split_long_runs(words, n));
+}
+
+bool record_reaches(const std::uint8_t *record, std::uint64_t end) noexcept {
+  const std::uint32_t n = record_words(record);
+  std::uint64_t sum = 0;
+  for (std::uint32_t i = 0; i < n && sum < end; ++i)
+    sum += load16(record + 4 + 2 * std::size_t{i});
+  return sum >= end;
+}
+
 std::uint32_t record_words(const std::uint8_t *record) noexcept {
   return core::load32(record);
 }
@@ -284,6 +342,7 @@ ResultCode V_CompressRows(void *destination, const void *source, uint32_t width,
 ResultCode V_ExpandRow(const void *record, void *destination, uint32_t column, uint32_t count) {
   if (!record || !destination) return RC_INVALID_PARAMETER;
   const auto *in = static_cast<const uint8_t *>(record);
+  if (!record_reaches(in, uint64_t{column} + count)) return RC_INVALID_PARAMETER;
   decode_runs(in + 4, record_words(in), column, count, static_cast<uint8_t *>(destination));
   return RC_SUCCESS;
 }
@@ -293,6 +352,10 @@ ResultCode V_ExpandRows(const void *records, void *destination, uint32_t width, 
   const auto *in = static_cast<const uint8_t *>(records);
   auto *out = static_cast<uint8_t *>(destination);
   const std::size_t stride = static_cast<std::size_t>(vxkrn::core::bytes_per_line(width, 1));
+  // Every record is checked before the first row is written.
+  const uint8_t *check = in;
+  for (uint32_t row = 0; row < rows; ++row, check += record_bytes(check))
+    if (!is_row_record(check, width)) return RC_INVALID_PARAMETER;
   for (uint32_t row = 0; row < rows; ++row) {
     const uint32_t n = record_words(in);
     decode_runs(in + 4, n, 0, width, out);

@@ -18,9 +18,8 @@ constexpr std::uint64_t max_record_bytes(std::uint64_t pixels) {
 // Encode `count` pixels of a plain row, starting at bit `first_bit` (0..7,
 // from the most significant bit) of source[0], into `record` (count word +
 // run words). Returns N, the number of run words. source is only read.
-// record must have max_record_bytes(count) bytes of room; the encoder uses
-// that room as scratch, so bytes in it past the record may change. count
-// stays below 2^32 - 1 so that N fits its 32 bits.
+// record must have max_record_bytes(count) bytes of room; nothing past the
+// record is written. count stays below 2^32 - 1 so that N fits its 32 bits.
 std::uint32_t encode_row(const std::uint8_t *source, std::uint32_t first_bit, std::uint64_t count,
                          std::uint8_t *record) noexcept;
 
@@ -36,6 +35,17 @@ void decode_runs(const std::uint8_t *words, std::uint32_t n, std::uint64_t colum
 constexpr std::uint64_t words_to_record_bytes(std::uint32_t n) {
   return (std::uint64_t{n} + 2) * 2;
 }
+
+// Whether a record from a caller is exactly one row of `pixels` pixels: at
+// most pixels + 1 words (the encoder's worst case), runs adding up to
+// `pixels`, and zero-length runs only first or where they split a run too
+// long for one word (the two words around them add up to more than
+// kMaxRunWord). Reads no word past N, and none at all when N is too large.
+bool is_row_record(const std::uint8_t *record, std::uint64_t pixels) noexcept;
+
+// Whether the runs of a record reach pixel `end` (exclusive); zero-length
+// runs anywhere are fine. Reads only the words up to the one that does.
+bool record_reaches(const std::uint8_t *record, std::uint64_t end) noexcept;
 
 // N of a record; and the record's size in bytes.
 std::uint32_t record_words(const std::uint8_t *record) noexcept;

@@ -12,6 +12,9 @@ enum class PathKind { Missing, Directory, Other };
 
 // What a UTF-8 path names (stat). A null path is Missing.
 PathKind path_kind(const char *utf8_path) noexcept;
+// Whether two paths name one existing file (links and other spellings
+// included).
+bool same_file(const char *first, const char *second) noexcept;
 
 // The system temporary directory, UTF-8, with a trailing '/': $TMPDIR when
 // set and a directory, else /tmp. False when it does not fit the buffer.
@@ -49,7 +52,9 @@ bool file_truncate_here(std::int32_t file) noexcept;
 
 // The last error of the calling thread.
 bool last_error_is_disk_full() noexcept;
-enum class ErrorKind { FileExists, IoFault };
+// FileExists: the file is there already; IoFault: a read or write failed;
+// InvalidArgument: a request that cannot be carried out as made.
+enum class ErrorKind { FileExists, IoFault, InvalidArgument };
 void set_last_error(ErrorKind kind) noexcept;
 
 // A number that differs between processes running at the same time.

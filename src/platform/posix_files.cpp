@@ -22,6 +22,12 @@ PathKind path_kind(const char *utf8_path) noexcept {
   return S_ISDIR(st.st_mode) ? PathKind::Directory : PathKind::Other;
 }
 
+bool same_file(const char *first, const char *second) noexcept {
+  struct stat a, b;
+  if (!first || !second || stat(first, &a) != 0 || stat(second, &b) != 0) return false;
+  return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
 bool system_temp_directory(char *buffer, std::size_t size) noexcept {
   const char *dir = std::getenv("TMPDIR");
   if (!dir || path_kind(dir) != PathKind::Directory) dir = "/tmp";
@@ -142,7 +148,7 @@ bool last_error_is_disk_full() noexcept {
 }
 
 void set_last_error(ErrorKind kind) noexcept {
-  errno = kind == ErrorKind::FileExists ? EEXIST : EIO;
+  errno = kind == ErrorKind::FileExists ? EEXIST : kind == ErrorKind::IoFault ? EIO : EINVAL;
 }
 
 std::uint32_t process_id() noexcept {

@@ -39,15 +39,17 @@ ResultCode each_row(const BitmapHandle &source, Step step) {
   return RC_SUCCESS;
 }
 
+// Records move as they are: the copy keeps compressed storage whatever the
+// size of its records. Rows past the destination's height are not copied.
 ResultCode copy_compressed(BitmapHandle *destination, BitmapHandle *source) {
   vxkrn::platform::RuntimeBlock buffer(
       vxkrn::platform::rt_alloc(vxkrn::io::max_record_bytes(uint64_t(source->Width))));
   if (!buffer) return RC_NO_MEMORY;
   auto *record = static_cast<uint8_t *>(buffer.get());
   return each_row(*source, [&](int32_t y) {
-    VXKRN_TRY(V_GetBitmapRowCompressed(source, nullptr, record, y, 1));
-    const ResultCode put = V_PutBitmapRowCompressed(destination, nullptr, record, y, 1);
-    return put < 1 ? put : RC_SUCCESS;
+    if (y >= destination->Height) return RC_SUCCESS;
+    compressed_get_record(*source, y, record);
+    return compressed_put_record(*destination, y, record);
   });
 }
 
@@ -114,8 +116,9 @@ ResultCode V_CopyBitmapData(BitmapHandle *destination, BitmapHandle *source) {
   VXKRN_TRY(check_allocated(source, RC_INVALID_BITMAP));
   if (destination == source) return RC_SUCCESS;
   BitmapLock locked_source(source), locked_destination(destination);
-  const bool both_compressed =
-      (source->Flags & FLAG_COMPRESSED) && (destination->Flags & FLAG_COMPRESSED);
+  const bool both_compressed = (source->Flags & FLAG_COMPRESSED) &&
+                               (destination->Flags & FLAG_COMPRESSED) &&
+                               source->Width == destination->Width;
   return both_compressed ? copy_compressed(destination, source) : copy_plain(destination, source);
 }
 

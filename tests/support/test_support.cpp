@@ -224,6 +224,31 @@ std::vector<std::uint8_t> compress_rows(const std::vector<std::uint8_t> &rows, s
   return records;
 }
 
+std::vector<std::uint8_t> make_record(const std::vector<std::uint32_t> &words,
+                                      std::int64_t claimed) {
+  std::vector<std::uint8_t> r(4 + 2 * words.size());
+  const auto n = static_cast<std::uint32_t>(claimed < 0 ? std::int64_t(words.size()) : claimed);
+  for (int i = 0; i < 4; ++i)
+    r[i] = static_cast<std::uint8_t>(n >> (8 * i));
+  for (std::size_t i = 0; i < words.size(); ++i) {
+    r[4 + 2 * i] = static_cast<std::uint8_t>(words[i]);
+    r[5 + 2 * i] = static_cast<std::uint8_t>(words[i] >> 8);
+  }
+  return r;
+}
+
+std::vector<BadRecord> bad_records_of_8_pixels() {
+  return {
+      {"200 empty runs", make_record(std::vector<std::uint32_t>(200, 0))},
+      {"too few pixels", make_record({7})},
+      {"too many pixels", make_record({4, 5})},
+      {"an empty run inside a short run", make_record({3, 0, 5})},
+      {"an empty last run", make_record({8, 0})},
+      {"two empty runs first", make_record({0, 0, 8})},
+      {"a count beyond its words", make_record({8}, 0xFFFFFFFF)},
+  };
+}
+
 std::uint64_t get_pixel(const std::uint8_t *row, int bits, std::uint64_t x) {
   if (bits == 12) {
     const std::uint8_t *pair = row + 3 * (x / 2);

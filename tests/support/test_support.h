@@ -111,6 +111,17 @@ std::vector<std::uint8_t> read_image(const BitmapHandle &bitmap);
 std::vector<std::uint8_t> compress_rows(const std::vector<std::uint8_t> &rows, std::uint32_t width,
                                         std::uint32_t count);
 
+// A record from its run words; `claimed` replaces the word count it states.
+std::vector<std::uint8_t> make_record(const std::vector<std::uint32_t> &words,
+                                      std::int64_t claimed = -1);
+
+// Records that no 1-bit row of 8 pixels has: each must be refused whole.
+struct BadRecord {
+  const char *what;
+  std::vector<std::uint8_t> record;
+};
+std::vector<BadRecord> bad_records_of_8_pixels();
+
 // Pixel x of a row, worked out from the layout rather than taken from the
 // library: depths below 8 are a bit stream from the most significant bit;
 // 12-bit pixels go in pairs over three bytes (pixel 2k is byte 0 and the
