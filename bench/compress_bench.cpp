@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "bench_common.h"
-#include "io/run_length.h"
+#include "core/run_length.h"
 #include "vxkrn/vxkrn.h"
 
 namespace {
@@ -89,7 +89,7 @@ std::vector<uint8_t> records_of(const std::vector<uint8_t> &plain, std::size_t *
   if (V_CompressRows(records.data(), plain.data(), kWidth, kHeight) != RC_SUCCESS) std::abort();
   std::size_t at = 0;
   for (uint32_t row = 0; row < kHeight; ++row)
-    at += static_cast<std::size_t>(vxkrn::io::record_bytes(records.data() + at));
+    at += static_cast<std::size_t>(vxkrn::core::record_bytes(records.data() + at));
   *size = at;
   return records;
 }

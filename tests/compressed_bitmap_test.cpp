@@ -7,12 +7,12 @@
 #include <set>
 #include <vector>
 
-#include "io/run_length.h"
+#include "core/run_length.h"
 #include "support/test_support.h"
 
 namespace {
 
-using vxkrn::io::record_bytes;
+using vxkrn::core::record_bytes;
 using vxkrn_test::compress_rows;
 using vxkrn_test::kBothHeaps;
 using vxkrn_test::make_bitmap;

@@ -70,13 +70,12 @@ TEST_P(FastPaths, GiveTheGeneralPathsBytes) {
         for (uint8_t &b : fast)
           b = static_cast<uint8_t>(random());
         std::vector<uint8_t> general = fast;
+        ASSERT_EQ(vxkrn::color::convert_row(fast.data(), width, p.src_bits, p.dst_bits, p.src_order,
+                                            p.dst_order, in, out, p.flags, -1, -1, true),
+                  RC_SUCCESS);
         ASSERT_EQ(
-            vxkrn::color::convert_buffer(fast.data(), width, p.src_bits, p.dst_bits, p.src_order,
-                                         p.dst_order, in, out, p.flags, -1, -1, true),
-            RC_SUCCESS);
-        ASSERT_EQ(
-            vxkrn::color::convert_buffer(general.data(), width, p.src_bits, p.dst_bits, p.src_order,
-                                         p.dst_order, in, out, p.flags, -1, -1, false),
+            vxkrn::color::convert_row(general.data(), width, p.src_bits, p.dst_bits, p.src_order,
+                                      p.dst_order, in, out, p.flags, -1, -1, false),
             RC_SUCCESS);
         ASSERT_EQ(fast, general);
       }

@@ -5,8 +5,8 @@
 #include <thread>
 #include <vector>
 
-#include "core/row_io.h"
-#include "io/temp_registry.h"
+#include "core/storage.h"
+#include "core/temp_files.h"
 #include "support/test_support.h"
 
 namespace {
@@ -170,7 +170,7 @@ TEST_F(OsFile, RegistryDeletesExactlyTheRegisteredFiles) {
     });
   for (auto &t : threads)
     t.join();
-  EXPECT_EQ(vxkrn::io::registered_temp_files(), 0);
+  EXPECT_EQ(vxkrn::core::registered_temp_files(), 0);
   std::vector<std::string> left = leftover_files();
   EXPECT_EQ(left.size(), 20u);
   for (const std::string &name : left) {

@@ -5,7 +5,7 @@
 #include <random>
 #include <vector>
 
-#include "core/row_io.h"
+#include "core/storage.h"
 #include "support/test_support.h"
 
 namespace {

@@ -4,14 +4,14 @@
 #include <random>
 #include <vector>
 
-#include "io/run_length.h"
+#include "core/run_length.h"
 #include "support/test_support.h"
 
 namespace {
 
 using Bytes = std::vector<uint8_t>;
 using Words = std::vector<uint32_t>;
-using vxkrn::io::max_record_bytes;
+using vxkrn::core::max_record_bytes;
 using vxkrn_test::get_pixel;
 using vxkrn_test::set_pixel;
 
@@ -67,7 +67,7 @@ Words reference_encode(const uint8_t *source, unsigned first_bit, uint64_t count
 Bytes compress(const Bytes &row, uint32_t column, uint32_t count) {
   Bytes out(max_record_bytes(count));
   EXPECT_EQ(V_CompressRow(out.data(), row.data(), column, count), int32_t(count));
-  out.resize(vxkrn::io::record_bytes(out.data()));
+  out.resize(vxkrn::core::record_bytes(out.data()));
   return out;
 }
 
@@ -217,7 +217,7 @@ TEST(RunLength, DecoderEdges) {
     EXPECT_EQ(got, c.expected.empty() ? before : c.expected);
   }
   Bytes cleared(3, 0xFF);
-  vxkrn::io::decode_runs(nullptr, 5, 0, 20, cleared.data());
+  vxkrn::core::decode_runs(nullptr, 5, 0, 20, cleared.data());
   EXPECT_EQ(cleared, Bytes(3, 0x00));
 }
 

@@ -56,8 +56,8 @@ typedef int32_t (*IoCloseFunc)(int32_t file, void *user_data);
 VXKRN_BEGIN_DECLS
 
 /* ---- Primitives ----------------------------------------------------------
- * They have the callback shapes above, so they are the table's defaults; the
- * user_data argument is ignored. File names are converted to UTF-8; a name
+ * They have the callback shapes above and are what an empty slot of the
+ * table stands for; the user_data argument is ignored. File names are converted to UTF-8; a name
  * that is not valid Unicode fails like a missing file. On failure errno says
  * why (see V_OsGetLastError). */
 
@@ -73,9 +73,10 @@ VXKRN_API int32_t V_OsRead(int32_t file, void *buffer, uint32_t count, void *use
 /* Write count bytes. A count of 0 cuts the file at the current position and
  * returns 0 (the buffer may then be null). Returns bytes written or -1. */
 VXKRN_API int32_t V_OsWrite(int32_t file, const void *buffer, uint32_t count, void *user_data);
-/* Transfer count bytes in chunks, repeating short transfers. Only for bytes
- * that exist: a transfer that moves nothing is simply repeated. Returns count
- * (0 for 0), or -1 when a chunk fails. */
+/* Transfer count bytes in chunks, going on after short transfers until a
+ * transfer moves nothing (the end of the file, or a file that takes no
+ * more). Returns the bytes moved (count, or fewer at such an end; 0 for 0),
+ * or -1 when a chunk fails. */
 VXKRN_API int64_t V_OsReadBig(int32_t file, void *buffer, uint32_t count, void *user_data);
 VXKRN_API int64_t V_OsWriteBig(int32_t file, const void *buffer, uint32_t count, void *user_data);
 /* Move the file position (origin SEEK_FROM_...). Returns the low 32 bits of
@@ -136,6 +137,11 @@ VXKRN_API int64_t V_RedirectedWriteBig(int32_t file, const void *buffer, uint32_
  * MEMFILE_HANDLE. flags: MEMFILE_...; buffer/size: an initial block (may be
  * null/0). A block the library may grow must come from the system heap
  * (V_GlobalAlloc). Redirections nest; stop them in reverse order.
+ * The file behaves as one on disk would, within the block: opening it with
+ * OPEN_CREATE or OPEN_TRUNCATE empties it; a write of 0 bytes cuts it at the
+ * position when that lies inside it and changes nothing otherwise; bytes
+ * between its end and a write further on read as zeros; it never grows
+ * past the block, nor the block past what MEMFILE_GROW allows.
  * context receives an opaque record (owned by the library until stopped);
  * handle (may be null) receives MEMFILE_HANDLE.
  * Returns RC_SUCCESS; RC_INVALID_PARAMETER null context pointer; RC_NO_MEMORY no memory. */
@@ -145,14 +151,20 @@ VXKRN_API ResultCode V_StartRedirectToBuffer(void **context, int32_t *handle, ui
  * the context. buffer and size (either may be null) receive the block and
  * the size of the data in it; the block now belongs to the caller (a block
  * the library allocated or grew is freed with V_GlobalFree).
- * Returns RC_SUCCESS; RC_INVALID_PARAMETER null context. */
+ * Returns RC_SUCCESS; RC_INVALID_PARAMETER null context, or a redirection
+ * that is not the thread's current one (another started after it and is
+ * still running, or a filter was chained in front of it): nothing changes
+ * and the context stays valid, to be stopped in its turn. */
 VXKRN_API ResultCode V_StopRedirectToBuffer(void *context, void **buffer, uint32_t *size);
 
 /* Copy a file. The source is read from the file system directly; the
  * destination is written through the thread's redirection (so it may land in
  * a memory block). With fail_if_exists, an existing destination fails.
+ * A copy onto the source itself is refused before anything is opened, and
+ * a copy that fails deletes a destination file it created.
  * Returns 1, or 0 with errno set: EEXIST (destination exists), EIO (read or
- * write fault), or the system's reason for a failed open. */
+ * write fault; a directory as the source), EINVAL (the source itself as the
+ * destination), or the system's reason for a failed open. */
 VXKRN_API int32_t V_CopyFile(const wchar_t *source, const wchar_t *destination,
                              int32_t fail_if_exists);
 

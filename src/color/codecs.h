@@ -4,11 +4,11 @@
 // samples (8-bit components widened by x 257, which >> 8 undoes exactly).
 #pragma once
 
-#include <bit>
 #include <cstdint>
-#include <cstring>
 
 #include "color/pixel_format.h"
+#include "core/byte_order.h"
+#include "core/pixel_layout.h"
 
 namespace vxkrn::color {
 
@@ -30,32 +30,11 @@ inline uint8_t expand5(uint32_t word, int shift) {
   return static_cast<uint8_t>((v << 3) | (v >> 2));
 }
 
-// Little-endian 16 and 32-bit values at any address.
-inline uint32_t load16(const uint8_t *p) {
-  uint16_t v;
-  std::memcpy(&v, p, 2);
-  if constexpr (std::endian::native == std::endian::big) v = static_cast<uint16_t>(v >> 8 | v << 8);
-  return v;
-}
-inline void store16(uint8_t *p, uint32_t value) {
-  uint16_t v = static_cast<uint16_t>(value);
-  if constexpr (std::endian::native == std::endian::big) v = static_cast<uint16_t>(v >> 8 | v << 8);
-  std::memcpy(p, &v, 2);
-}
-inline uint32_t load32(const uint8_t *p) {
-  uint32_t v;
-  std::memcpy(&v, p, 4);
-  if constexpr (std::endian::native == std::endian::big) v = __builtin_bswap32(v);
-  return v;
-}
-inline void store32(uint8_t *p, uint32_t v) {
-  if constexpr (std::endian::native == std::endian::big) v = __builtin_bswap32(v);
-  std::memcpy(p, &v, 4);
-}
-inline void store64(uint8_t *p, uint64_t v) {
-  if constexpr (std::endian::native == std::endian::big) v = __builtin_bswap64(v);
-  std::memcpy(p, &v, 8);
-}
+using core::load16;
+using core::load32;
+using core::store16;
+using core::store32;
+using core::store64;
 
 // The matrix space: forward from and inverse to blue-green-red samples,
 // fixed point with 13 fraction bits. Samples b0 blue, b1 green, b2 red.
@@ -87,20 +66,10 @@ template <>
 struct Codec<Format::Packed> {
   using Value = uint32_t;
   static Value read(const uint8_t *row, uint64_t i, const Side &s) {
-    const uint64_t bit = i * static_cast<uint64_t>(s.bits);
-    const uint8_t *p = row + (bit >> 3);
-    const int end = static_cast<int>(bit & 7) + s.bits;  // bits used of the window
-    const uint32_t window = end <= 8 ? uint32_t{p[0]} << 8 : uint32_t{p[0]} << 8 | p[1];
-    return (window >> (16 - end)) & ((1u << s.bits) - 1);
+    return core::get_msb_pixel(row, i * static_cast<uint64_t>(s.bits), s.bits);
   }
   static void write(uint8_t *row, uint64_t i, const Side &s, Value v) {
-    const uint64_t bit = i * static_cast<uint64_t>(s.bits);
-    uint8_t *p = row + (bit >> 3);
-    const int end = static_cast<int>(bit & 7) + s.bits;
-    const uint32_t mask = ((1u << s.bits) - 1) << (16 - end);
-    const uint32_t bits = (v << (16 - end)) & mask;
-    p[0] = static_cast<uint8_t>((p[0] & ~(mask >> 8)) | (bits >> 8));
-    if (end > 8) p[1] = static_cast<uint8_t>((p[1] & ~mask) | bits);
+    core::set_msb_pixel(row, i * static_cast<uint64_t>(s.bits), s.bits, v);
   }
 };
 
@@ -123,18 +92,10 @@ template <>
 struct Codec<Format::Gray12> {
   using Value = uint32_t;
   static Value read(const uint8_t *row, uint64_t i, const Side &) {
-    const uint8_t *p = row + (i >> 1) * 3;
-    return (i & 1) ? (p[1] >> 4) | uint32_t{p[2]} << 4 : p[0] | uint32_t(p[1] & 0x0F) << 8;
+    return core::get_low_pixel(row, 12 * i, 12);
   }
   static void write(uint8_t *row, uint64_t i, const Side &, Value v) {
-    uint8_t *p = row + (i >> 1) * 3;
-    if (i & 1) {
-      p[1] = static_cast<uint8_t>((p[1] & 0x0F) | (v & 0x0F) << 4);
-      p[2] = static_cast<uint8_t>(v >> 4);
-    } else {
-      p[0] = static_cast<uint8_t>(v);
-      p[1] = static_cast<uint8_t>((p[1] & 0xF0) | ((v >> 8) & 0x0F));
-    }
+    core::set_low_pixel(row, 12 * i, 12, v);
   }
 };
 

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "color/convert_engine.h"
+#include "core/pixel_layout.h"
 #include "vxkrn/types.h"
 
 namespace vxkrn::color {
@@ -32,51 +33,45 @@ bool resolve_side(int32_t bits, int32_t order, bool transform_matrix, Side *side
   const bool color = order == ORDER_RGB || order == ORDER_BGR;
   const bool matrix = order == ORDER_MATRIX;
   const bool gray = order == ORDER_GRAY;
-  switch (bits) {
-    case 0:
-      s.format = Format::Gray8;
-      break;
-    case 1:
-    case 2:
-    case 3:
-    case 4:
-    case 5:
-    case 6:
-    case 7:
-      s.format = Format::Packed;
-      break;
-    case 8:
-      s.format = Format::Index8;
-      break;
-    case 12:
-      if (!gray) return false;
-      s.format = Format::Gray12;
-      break;
-    case 16:
-      if (!color && !gray) return false;
-      s.format = gray ? Format::Gray16 : Format::Rgb555;
-      s.red = bgr ? 10 : 0;
-      s.green = 5;
-      s.blue = bgr ? 0 : 10;
-      break;
-    case 24:
-    case 48:
-      if (!color && !matrix) return false;
-      if (bits == 24)
+  // Formats follow the depth table: bit streams, pixels that fill bytes from
+  // the low bits (gray only), then whole bytes per pixel. Depth 0 is 8-bit
+  // gray.
+  const core::Depth *depth = bits == 0 ? nullptr : core::find_depth(bits);
+  if (bits == 0) {
+    s.format = Format::Gray8;
+  } else if (!depth) {
+    return false;
+  } else if (depth->bytes == 0) {
+    if (depth->low_first && !gray) return false;
+    s.format = depth->low_first ? Format::Gray12 : Format::Packed;
+  } else {
+    switch (depth->bytes) {
+      case 1:
+        s.format = Format::Index8;
+        break;
+      case 2:
+        if (!color && !gray) return false;
+        s.format = gray ? Format::Gray16 : Format::Rgb555;
+        s.red = bgr ? 10 : 0;
+        s.green = 5;
+        s.blue = bgr ? 0 : 10;
+        break;
+      case 3:
+        if (!color && !matrix) return false;
         s.format = matrix && transform_matrix ? Format::Rgb24Matrix : Format::Rgb24;
-      else
+        break;
+      case 6:
+        if (!color && !matrix) return false;
         s.format = matrix && transform_matrix ? Format::Rgb48Matrix : Format::Rgb48;
-      break;
-    case 32:
-      if (!color && !gray) return false;
-      s.format = gray ? Format::Gray32 : Format::Rgba32;
-      break;
-    case 64:
-      if (!color) return false;
-      s.format = Format::Rgba64;
-      break;
-    default:
-      return false;
+        break;
+      case 4:
+        if (!color && !gray) return false;
+        s.format = gray ? Format::Gray32 : Format::Rgba32;
+        break;
+      default:  // 8 bytes
+        if (!color) return false;
+        s.format = Format::Rgba64;
+    }
   }
   s.width = static_cast<uint32_t>(s.bits);
   s.mask = s.width >= 64 ? ~uint64_t{0} : (uint64_t{1} << s.width) - 1;

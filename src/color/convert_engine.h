@@ -42,12 +42,15 @@ struct FastPath {
 };
 FastPath find_fast_path(const ConvertContext &c) noexcept;
 
-// The converter behind V_ConvertBufferExt; `use_fast_paths` false forces the
-// general path (tests compare the two).
-int32_t convert_buffer(void *buffer, uint32_t width, int32_t src_bits, int32_t dst_bits,
-                       int32_t src_order, int32_t dst_order, const PaletteEntry *src_palette,
-                       const PaletteEntry *dst_palette, int32_t flags, int32_t low_bit,
-                       int32_t high_bit, bool use_fast_paths) noexcept;
+// Convert `width` pixels of one row in place from (src_bits, src_order) to
+// (dst_bits, dst_order), palettes null meaning the defaults, with the CVT_...
+// flags and gray bit range of V_ConvertBufferExt. RC_INVALID_PARAMETER for a
+// null buffer, width 0 or a combination not taken. `use_fast_paths` false
+// forces the general path (tests compare the two).
+int32_t convert_row(void *buffer, uint32_t width, int32_t src_bits, int32_t dst_bits,
+                    int32_t src_order, int32_t dst_order, const PaletteEntry *src_palette,
+                    const PaletteEntry *dst_palette, int32_t flags, int32_t low_bit,
+                    int32_t high_bit, bool use_fast_paths = true) noexcept;
 
 // gray8 = (2 red + 5 green + blue + 4) >> 3, the library's colour-to-gray rule.
 constexpr uint32_t gray8(uint32_t red, uint32_t green, uint32_t blue) {

@@ -1,90 +1,101 @@
-// A bitmap's own palette: reading, replacing and copying its entries.
+// A bitmap's own palette and the built-in palettes it can be given: reading
+// and replacing entries, gray ramps and the defaults.
+#include <bit>
 #include <cstring>
 
+#include "color/palette.h"
 #include "color/palette_builtin.h"
-#include "core/checks.h"
+#include "core/record.h"
 #include "platform/heap.h"
-#include "vxkrn/palette.h"
 
-using namespace vxkrn::core;
+namespace vxkrn::color {
+namespace {
 
-extern "C" {
+constexpr std::int32_t kMaxRampBits = 30;  // 2^30 entries of 4 bytes still fit a size_t
 
-int32_t V_GetBitmapPaletteEntries(const BitmapHandle *bitmap, uint32_t first, uint32_t count,
-                                  PaletteEntry *entries) {
-  if (!bitmap || !entries) return 0;
-  VXKRN_TRY(check_struct_size(bitmap->StructSize));
-  if (!bitmap->Palette || bitmap->ColorCount <= 0) return 0;
-  const uint32_t n = vxkrn::color::clipped(first, count, static_cast<uint32_t>(bitmap->ColorCount));
-  if (n) std::memcpy(entries, bitmap->Palette + first, n * sizeof(PaletteEntry));
-  return static_cast<int32_t>(n);
+PaletteEntry *make_gray_ramp(std::uint32_t count) {
+  auto *entries = static_cast<PaletteEntry *>(
+      platform::sys_alloc(platform::checked_product(count, sizeof(PaletteEntry))));
+  if (entries) fill_gray_ramp(entries, count);
+  return entries;
 }
 
-ResultCode V_PutBitmapColors(BitmapHandle *bitmap, int32_t first, uint32_t count,
-                             const PaletteEntry *entries) {
-  VXKRN_TRY(check_allocated_handle(bitmap, RC_INVALID_BITMAP, RC_INVALID_BITMAP));
-  if (!entries || first < 0 || bitmap->BitsPerPixel > 8 || bitmap->ColorCount < 0 ||
-      uint64_t(uint32_t(first)) + count > uint64_t(uint32_t(bitmap->ColorCount)))
+}  // namespace
+
+std::uint32_t read_entries(const BitmapHandle &bitmap, std::uint32_t first, std::uint32_t count,
+                           PaletteEntry *out) noexcept {
+  if (!bitmap.Palette || bitmap.ColorCount <= 0) return 0;
+  const std::uint32_t n = clipped(first, count, static_cast<std::uint32_t>(bitmap.ColorCount));
+  if (n) std::memcpy(out, bitmap.Palette + first, n * sizeof(PaletteEntry));
+  return n;
+}
+
+ResultCode put_colors(BitmapHandle &bitmap, std::uint32_t first, std::uint32_t count,
+                      const PaletteEntry *entries) noexcept {
+  if (bitmap.BitsPerPixel > 8 || bitmap.ColorCount < 0 ||
+      std::uint64_t{first} + count > std::uint64_t(std::uint32_t(bitmap.ColorCount)))
     return RC_INVALID_PARAMETER;
-  if (!bitmap->Palette) {
-    bitmap->Palette = static_cast<PaletteEntry *>(vxkrn::platform::sys_alloc(
-        static_cast<std::size_t>(bitmap->ColorCount) * sizeof(PaletteEntry)));
-    if (!bitmap->Palette) return RC_NO_MEMORY;
+  if (!bitmap.Palette) {
+    bitmap.Palette = static_cast<PaletteEntry *>(
+        platform::sys_alloc(static_cast<std::size_t>(bitmap.ColorCount) * sizeof(PaletteEntry)));
+    if (!bitmap.Palette) return RC_NO_MEMORY;
   }
-  if (count) std::memcpy(bitmap->Palette + first, entries, count * sizeof(PaletteEntry));
+  if (count) std::memcpy(bitmap.Palette + first, entries, count * sizeof(PaletteEntry));
   return RC_SUCCESS;
 }
 
-ResultCode V_GetBitmapColors(const BitmapHandle *bitmap, uint32_t first, uint32_t count,
-                             PaletteEntry *entries) {
-  VXKRN_TRY(check_handle(bitmap, RC_INVALID_BITMAP));
-  if (count == 0 || !entries || bitmap->BitsPerPixel > 8 || !bitmap->Palette ||
-      bitmap->ColorCount <= 0 || uint64_t{first} + count > uint64_t(bitmap->ColorCount))
-    return RC_INVALID_PARAMETER;
-  if (V_GetBitmapPaletteEntries(bitmap, first, count, entries) != static_cast<int32_t>(count))
-    return RC_INVALID_PARAMETER;
+PaletteEntry *gray_ramp(std::int32_t bits) noexcept {
+  if (bits == 0) bits = 8;
+  if (bits < 0 || bits > kMaxRampBits) return nullptr;
+  return make_gray_ramp(std::uint32_t{1} << bits);
+}
+
+ResultCode give_gray_palette(BitmapHandle &bitmap) noexcept {
+  if (bitmap.BitsPerPixel < 1 || bitmap.BitsPerPixel > 8) return RC_INVALID_BITS_PER_PIXEL;
+  const std::uint32_t count = std::uint32_t{1} << bitmap.BitsPerPixel;
+  PaletteEntry *entries = make_gray_ramp(count);
+  if (!entries) return RC_NO_MEMORY;
+  bitmap.Palette = entries;
+  bitmap.ColorCount = static_cast<std::int32_t>(count);
   return RC_SUCCESS;
 }
 
-ResultCode V_SetBitmapNewPalette(BitmapHandle *bitmap, const PaletteEntry *entries,
-                                 uint32_t count) {
-  if (!bitmap) return RC_INVALID_PARAMETER;
-  // Copied before the old array goes, so the entries may come from it.
-  PaletteEntry *copy = entries ? V_CreateNewPalette(entries, count) : nullptr;
-  vxkrn::platform::sys_free(bitmap->Palette);
-  bitmap->Palette = copy;
-  if (!entries) return RC_SUCCESS;
-  if (!copy) return 0;
-  bitmap->ColorCount = static_cast<int32_t>(count);
+PaletteEntry *fixed_palette(std::int32_t bits) noexcept {
+  if (bits == 0) bits = 1;
+  const PaletteEntry *table = default_palette(bits);
+  return table ? copy_palette(table, std::uint32_t{1} << bits) : nullptr;
+}
+
+ResultCode give_fixed_palette(BitmapHandle &bitmap) noexcept {
+  const std::int32_t count = bitmap.ColorCount;
+  if (count < 2 || count > 256 || !std::has_single_bit(static_cast<std::uint32_t>(count))) return 0;
+  // Chosen by count: 4 deliberately takes the 2-entry table and runs on into
+  // the next one, which the contiguous layout of the defaults makes defined.
+  const int bits = count == 4 ? 1 : std::countr_zero(static_cast<std::uint32_t>(count));
+  PaletteEntry *entries = copy_palette(default_palette(bits), static_cast<std::uint32_t>(count));
+  if (!entries) return RC_NO_MEMORY;
+  bitmap.Palette = entries;
   return RC_SUCCESS;
 }
 
-ResultCode V_CopyBitmapPalette(BitmapHandle *destination, const BitmapHandle *source) {
-  if (!destination || !source) return RC_INVALID_PARAMETER;
-  VXKRN_TRY(check_struct_size(source->StructSize));
-  VXKRN_TRY(check_struct_size(destination->StructSize));
-  if (!source->Palette || source->ColorCount <= 0) {
-    vxkrn::platform::sys_free(destination->Palette);
-    destination->Palette = nullptr;
-    destination->ColorCount = 0;
-    return RC_SUCCESS;
-  }
-  return V_SetBitmapNewPalette(destination, source->Palette,
-                               static_cast<uint32_t>(source->ColorCount));
+ResultCode copy_fixed_palette(PaletteEntry *entries, std::int32_t bits) noexcept {
+  if (bits < 0 || bits > 8) return RC_INVALID_PARAMETER;
+  const PaletteEntry *table = bits == 0 ? gray_levels_palette() : default_palette(bits);
+  const std::size_t count = bits == 0 ? 256 : std::size_t{1} << bits;
+  std::memcpy(entries, table, count * sizeof(PaletteEntry));
+  return RC_SUCCESS;
 }
 
-int32_t V_CompareBitmapToPalette(const BitmapHandle *bitmap, const PaletteEntry *entries,
-                                 uint32_t count) {
-  if (!bitmap || !entries) return 0;
-  if (bitmap->StructSize != BITMAPHANDLE_SIZE || !bitmap->Palette || bitmap->ColorCount <= 0)
-    return 1;
-  const uint32_t size = static_cast<uint32_t>(bitmap->ColorCount);
-  const uint32_t n = count < size ? count : size;
-  for (uint32_t i = 0; i < n; ++i) {
-    const PaletteEntry &a = bitmap->Palette[i], &b = entries[i];
-    if (a.Blue != b.Blue || a.Green != b.Green || a.Red != b.Red) return 0;
+bool matches_palette(const BitmapHandle &bitmap, const PaletteEntry *entries,
+                     std::uint32_t count) noexcept {
+  if (!bitmap.Palette || bitmap.ColorCount <= 0) return true;
+  const auto size = static_cast<std::uint32_t>(bitmap.ColorCount);
+  const std::uint32_t n = count < size ? count : size;
+  for (std::uint32_t i = 0; i < n; ++i) {
+    const PaletteEntry &a = bitmap.Palette[i], &b = entries[i];
+    if (a.Blue != b.Blue || a.Green != b.Green || a.Red != b.Red) return false;
   }
-  return 1;
+  return true;
 }
 
-}  // extern "C"
+}  // namespace vxkrn::color

@@ -1,26 +1,27 @@
 // Questions asked of palettes: the nearest entry to a colour, whether a
 // palette or bitmap is gray, and a colour expressed for another bitmap.
 #include "color/color_value.h"
+#include "color/palette.h"
 #include "color/palette_search.h"
-#include "core/bitmap_core.h"
-#include "core/checks.h"
-#include "vxkrn/bitmap.h"
-#include "vxkrn/palette.h"
+#include "core/record.h"
 
-using namespace vxkrn::core;
-using vxkrn::color::blue_of;
-using vxkrn::color::green_of;
-using vxkrn::color::kind_of;
-using vxkrn::color::make_rgb;
-using vxkrn::color::red_of;
-
+namespace vxkrn::color {
 namespace {
 
 bool is_gray(const PaletteEntry &e) {
   return e.Red == e.Green && e.Red == e.Blue;
 }
 
-int32_t classify(const PaletteEntry *entries, uint32_t count) {
+constexpr ColorValue kIndexKind = COLOR_KIND_INDEX << 24;
+
+// One palette entry of a bitmap, if it has it.
+bool entry_of(const BitmapHandle *bitmap, uint32_t index, PaletteEntry *entry) {
+  return read_entries(*bitmap, index, 1, entry) == 1;
+}
+
+}  // namespace
+
+int32_t gray_kind(const PaletteEntry *entries, uint32_t count) noexcept {
   if (count == 0) return GRAY_NONE;
   for (uint32_t i = 0; i < count; ++i)
     if (!is_gray(entries[i])) return GRAY_NONE;
@@ -40,41 +41,20 @@ int32_t classify(const PaletteEntry *entries, uint32_t count) {
   return ascending ? GRAY_ORDERED : GRAY_INVERTED;
 }
 
-constexpr ColorValue kIndexKind = COLOR_KIND_INDEX << 24;
-
-// One palette entry of a bitmap, if it has it.
-bool entry_of(const BitmapHandle *bitmap, uint32_t index, PaletteEntry *entry) {
-  return V_GetBitmapPaletteEntries(bitmap, index, 1, entry) == 1;
-}
-
-}  // namespace
-
-extern "C" {
-
-int32_t V_FindPaletteIndex(const PaletteEntry *entries, uint32_t count, int32_t red, int32_t green,
-                           int32_t blue) {
-  return vxkrn::color::find_palette_index(entries, count, red, green, blue);
-}
-
-int32_t V_IsGrayScalePalette(const PaletteEntry *entries, uint32_t count) {
-  if (!entries) return RC_INVALID_PARAMETER;
-  return classify(entries, count);
-}
-
-int32_t V_IsGrayScaleBitmap(const BitmapHandle *bitmap) {
-  VXKRN_TRY(check_handle(bitmap, RC_INVALID_PARAMETER));
+int32_t bitmap_gray_kind(const BitmapHandle &b) noexcept {
+  const BitmapHandle *bitmap = &b;
   if (bitmap->Order != ORDER_GRAY) {
     if (bitmap->BitsPerPixel > 8) return GRAY_NONE;
     if (!bitmap->Palette || bitmap->ColorCount <= 0) return GRAY_NONE;
-    const int32_t kind = classify(bitmap->Palette, static_cast<uint32_t>(bitmap->ColorCount));
+    const int32_t kind = gray_kind(bitmap->Palette, static_cast<uint32_t>(bitmap->ColorCount));
     const bool full = bitmap->ColorCount == (1 << bitmap->BitsPerPixel);
     return kind != GRAY_NONE && !full ? GRAY_UNORDERED : kind;
   }
-  if (!V_IsBitmapLUTLengthValid(bitmap)) return RC_INVALID_LUT_LENGTH;
+  if (!core::lut_length_valid(*bitmap)) return RC_INVALID_LUT_LENGTH;
   if (!bitmap->LUT || !(bitmap->Flags & FLAG_USE_LOW_HIGH)) return GRAY_ORDERED;
   // Significant bits of the LowBit..HighBit description, clamped to the
   // pixel rather than rejected.
-  const GrayBits active = active_gray_bits(*bitmap);
+  const core::GrayBits active = core::active_gray_bits(*bitmap);
   const int32_t low = active.low < 0 ? 0 : active.low;
   int32_t bits = active.high - low + 1;
   if (bits > bitmap->BitsPerPixel) bits = bitmap->BitsPerPixel;
@@ -86,30 +66,29 @@ int32_t V_IsGrayScaleBitmap(const BitmapHandle *bitmap) {
   return decider.Red == 0 ? GRAY_ORDERED : decider.Red < 255 ? GRAY_UNORDERED : GRAY_INVERTED;
 }
 
-uint32_t V_GetNearestPaletteIndex(const BitmapHandle *bitmap, ColorValue color) {
-  if (!bitmap || bitmap->StructSize != BITMAPHANDLE_SIZE || !bitmap->Palette ||
-      bitmap->ColorCount <= 0)
-    return 0;
-  const int32_t index = vxkrn::color::find_palette_index(
+uint32_t nearest_index(const BitmapHandle &b, ColorValue color) noexcept {
+  const BitmapHandle *bitmap = &b;
+  if (!bitmap->Palette || bitmap->ColorCount <= 0) return 0;
+  const int32_t index = find_palette_index(
       bitmap->Palette, static_cast<uint32_t>(bitmap->ColorCount), static_cast<int>(red_of(color)),
       static_cast<int>(green_of(color)), static_cast<int>(blue_of(color)));
   return index < 0 ? 0 : static_cast<uint32_t>(index);
 }
 
-ColorValue V_TranslateBitmapColor(const BitmapHandle *destination, const BitmapHandle *source,
-                                  ColorValue color) {
-  if (!destination || destination->StructSize != BITMAPHANDLE_SIZE) return color;
+ColorValue translate_color(const BitmapHandle &d, const BitmapHandle *source,
+                           ColorValue color) noexcept {
+  const BitmapHandle *destination = &d;
   const uint32_t kind = kind_of(color);
   if (kind == COLOR_KIND_GRAY) {
     if (destination->Order == ORDER_GRAY) {
       if (!destination->LUT || !(destination->Flags & FLAG_USE_LOW_HIGH)) return color;
       const uint32_t length = destination->LUTLength == 65536 ? 65535 : destination->LUTLength;
-      const int32_t index = vxkrn::color::find_palette_index(
-          destination->LUT, length, static_cast<int>(red_of(color)),
-          static_cast<int>(green_of(color)), static_cast<int>(blue_of(color)));
+      const int32_t index =
+          find_palette_index(destination->LUT, length, static_cast<int>(red_of(color)),
+                             static_cast<int>(green_of(color)), static_cast<int>(blue_of(color)));
       return kIndexKind | (static_cast<uint32_t>(index) & 0xFFFF);
     }
-    color = vxkrn::color::gray_as_rgb(color);
+    color = gray_as_rgb(color);
   } else if (kind == COLOR_KIND_INDEX) {
     const uint32_t index = color & 0xFFFF;
     PaletteEntry fetched{};
@@ -123,7 +102,7 @@ ColorValue V_TranslateBitmapColor(const BitmapHandle *destination, const BitmapH
     color = have ? make_rgb(fetched) : 0;
   }
   if (destination->BitsPerPixel > 8) return color;
-  return kIndexKind | (V_GetNearestPaletteIndex(destination, color) & 0xFFFF);
+  return kIndexKind | (nearest_index(*destination, color) & 0xFFFF);
 }
 
-}  // extern "C"
+}  // namespace vxkrn::color

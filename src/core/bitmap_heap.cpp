@@ -187,16 +187,8 @@ std::uint32_t arena_size(const void *arena) noexcept {
   return arena ? static_cast<const ArenaHeader *>(arena)->total_size : 0;
 }
 
+void arena_destroy(void *arena) noexcept {
+  platform::rt_free(arena);
+}
+
 }  // namespace vxkrn::core
-
-extern "C" {
-
-void V_HeapFree(void *arena, uint32_t chunk_offset) {
-  vxkrn::core::arena_free(arena, chunk_offset);
-}
-
-void V_HeapTerm(void *arena) {
-  vxkrn::platform::rt_free(arena);
-}
-
-}  // extern "C"

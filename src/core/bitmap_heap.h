@@ -68,6 +68,9 @@ bool arena_trim(void **arena) noexcept;
 // The data bytes of a chunk (offset + 24).
 std::uint8_t *arena_data(void *arena, std::uint32_t chunk) noexcept;
 
+// Free the whole arena (null is ignored).
+void arena_destroy(void *arena) noexcept;
+
 // TotalSize; 0 for a null arena.
 std::uint32_t arena_size(const void *arena) noexcept;
 

@@ -5,12 +5,11 @@
 
 #include <cstring>
 
-#include "core/bitmap_core.h"
+#include "core/record.h"
 #include "core/bitmap_heap.h"
 #include "core/byte_order.h"
-#include "io/run_length.h"
+#include "core/run_length.h"
 #include "platform/heap.h"
-#include "vxkrn/heap.h"
 
 namespace vxkrn::core {
 namespace {
@@ -72,7 +71,7 @@ RowGroup *make_group(int32_t width, uint32_t rows) {
 
 void free_group(RowGroup *group) {
   if (!group) return;
-  V_HeapTerm(group->arena);
+  arena_destroy(group->arena);
   platform::sys_free(group);
 }
 
@@ -85,7 +84,7 @@ uint32_t rows_in_group(int32_t height, uint32_t group) {
 void forget_row(Table *table, RowGroup *group, RowRef &ref) {
   if (!ref.chunk) return;
   arena_free(group->arena, ref.chunk);
-  table->stored_bytes -= io::words_to_record_bytes(ref.words);
+  table->stored_bytes -= words_to_record_bytes(ref.words);
   ref = RowRef{0, 0};
 }
 
@@ -93,7 +92,7 @@ void forget_row(Table *table, RowGroup *group, RowRef &ref) {
 // 65528 per word, the bits of a last partial byte join the word while it
 // stays within 65535, and words are separated by 1 runs of no pixels.
 void blank_record(uint64_t pixels, uint8_t *out) {
-  constexpr uint64_t kWholeBytesPerWord = io::kMaxRunWord / 8 * 8;
+  constexpr uint64_t kWholeBytesPerWord = kMaxRunWord / 8 * 8;
   uint32_t n = 0;
   auto put = [&](uint64_t word) { core::store16(out + 4 + 2 * uint64_t{n++}, uint32_t(word)); };
   uint64_t whole = pixels / 8 * 8;
@@ -102,7 +101,7 @@ void blank_record(uint64_t pixels, uint8_t *out) {
     put(kWholeBytesPerWord);
     put(0);
   }
-  if (whole + rest > io::kMaxRunWord) {
+  if (whole + rest > kMaxRunWord) {
     put(whole);
     put(0);
     whole = 0;
@@ -192,7 +191,7 @@ void compressed_read(const BitmapHandle &bitmap, int32_t row, uint64_t column, u
   RowGroup *group = group_of(table_of(bitmap), row);
   const RowRef &ref = row_ref(group, row);
   const uint8_t *words = ref.chunk ? arena_data(group->arena, ref.chunk) : nullptr;
-  io::decode_runs(words, ref.words, column, count, dest);
+  decode_runs(words, ref.words, column, count, dest);
 }
 
 void compressed_get_record(const BitmapHandle &bitmap, int32_t row, uint8_t *out) noexcept {
@@ -208,14 +207,14 @@ ResultCode compressed_put_record(BitmapHandle &bitmap, int32_t row,
   Table *table = table_of(bitmap);
   RowGroup *group = group_of(table, row);
   RowRef &ref = row_ref(group, row);
-  const uint32_t words = io::record_words(record);
+  const uint32_t words = record_words(record);
   // The new chunk first: a failure keeps the old row.
   const uint32_t chunk = arena_alloc(&group->arena, words ? 2 * words : 2);
   if (!chunk) return RC_NO_MEMORY;
   if (words) std::memcpy(arena_data(group->arena, chunk), record + 4, 2 * uint64_t{words});
   forget_row(table, group, ref);
   ref = RowRef{chunk, words};
-  table->stored_bytes += io::words_to_record_bytes(words);
+  table->stored_bytes += words_to_record_bytes(words);
   bitmap.Size = capped_size(table->stored_bytes);
   return RC_SUCCESS;
 }

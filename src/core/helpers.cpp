@@ -6,9 +6,11 @@
 #include <cmath>
 #include <cwchar>
 
-#include "core/once.h"
-#include "vxkrn/system.h"
+#include "core/helpers.h"
 
+#include "core/once.h"
+
+namespace vxkrn::core {
 namespace {
 
 constexpr int32_t kQuarter = 9000;  // 90 degrees in hundredths
@@ -25,7 +27,7 @@ void fill_sine_table() {
 }
 
 const int16_t *sine_table() {
-  vxkrn::core::run_once(g_sine_state, fill_sine_table);
+  run_once(g_sine_state, fill_sine_table);
   return g_sine;
 }
 
@@ -43,9 +45,7 @@ const wchar_t *after_last(const wchar_t *text, wchar_t separator) {
 
 }  // namespace
 
-extern "C" {
-
-int32_t V_SinValue(int32_t angle) {
+int32_t sine(int32_t angle) noexcept {
   if (angle < 0 || angle > kFull) return 0;
   const int16_t *t = sine_table();
   if (angle <= 9000) return t[angle];
@@ -54,7 +54,7 @@ int32_t V_SinValue(int32_t angle) {
   return -t[kFull - angle];
 }
 
-int32_t V_CosValue(int32_t angle) {
+int32_t cosine(int32_t angle) noexcept {
   if (angle < 0 || angle > kFull) return 0;
   const int16_t *t = sine_table();
   if (angle <= 9000) return t[9000 - angle];
@@ -63,7 +63,7 @@ int32_t V_CosValue(int32_t angle) {
   return t[angle - 27000];
 }
 
-uint32_t V_SQRT(uint32_t n) {
+uint32_t isqrt(uint32_t n) noexcept {
   if (n == 0) return 0;
   if (n < 4) return 1;
   // Newton steps from n / 2, halving the gap between x and n / x.
@@ -76,53 +76,13 @@ uint32_t V_SQRT(uint32_t n) {
   return x;
 }
 
-const uint8_t *V_Get1BitOnTable(void) {
+const uint8_t *bit_counts() noexcept {
   return kBitCounts.data();
 }
 
-const char *V_ResultText(ResultCode code) {
-  switch (code) {
-    case RC_SUCCESS:
-      return "success";
-    case RC_NO_MEMORY:
-      return "out of memory";
-    case RC_INVALID_BITMAP:
-      return "bitmap missing, not allocated or of a kind not handled";
-    case RC_IMAGE_TOO_LARGE:
-      return "image too large";
-    case RC_FILE_SEEK:
-      return "file seek failed";
-    case RC_FILE_WRITE:
-      return "file write failed";
-    case RC_FILE_READ:
-      return "file read failed";
-    case RC_EMPTY_AREA:
-      return "empty image or rectangle";
-    case RC_INVALID_PARAMETER:
-      return "invalid parameter";
-    case RC_INVALID_FORMAT:
-      return "unsupported bitmap header";
-    case RC_INVALID_BITS_PER_PIXEL:
-      return "bits per pixel not supported";
-    case RC_DISK_FULL:
-      return "disk full";
-    case RC_INVALID_STRUCT_SIZE:
-      return "wrong record size";
-    case RC_INVALID_HANDLE:
-      return "invalid handle";
-    case RC_BITMAP_RESTRICTED:
-      return "bitmap restricted";
-    case RC_INVALID_LUT_LENGTH:
-      return "lookup table length does not fit";
-    default:
-      return "unknown result code";
-  }
-}
-
-wchar_t *V_SkipPath(const wchar_t *path) {
-  if (!path) return nullptr;
+const wchar_t *skip_path(const wchar_t *path) noexcept {
   const wchar_t *name = after_last(after_last(after_last(path, L':'), L'\\'), L'/');
-  return const_cast<wchar_t *>(name);
+  return name;
 }
 
-}  // extern "C"
+}  // namespace vxkrn::core

@@ -2,11 +2,11 @@
 // a section (shared memory, or a registered temporary file) seen through one view.
 #include <cstring>
 
-#include "io/temp_registry.h"
+#include "core/huge_memory.h"
+
+#include "core/temp_files.h"
 #include "platform/heap.h"
 #include "platform/mapping.h"
-#include "vxkrn/file.h"
-#include "vxkrn/heap.h"
 
 namespace vxkrn::core {
 namespace {
@@ -18,7 +18,7 @@ constexpr std::int32_t kNoFile = -1;
 // halved while the system refuses it. Its length is counted from the aligned
 // offset, not from `o`: a misaligned request whose view had to be halved down
 // to `n` may end beyond the view, which callers avoid by asking for ranges
-// that fit a page (V_ZeroHugeMemory asks for one byte).
+// that fit a page (zero_huge asks for one byte).
 ResultCode map_view(HugeMemory &memory, std::uint32_t o, std::uint32_t n) noexcept {
   memory.ViewOffset = o - o % memory.Granularity;
   memory.ViewSize = memory.BlockSize - memory.ViewOffset;
@@ -40,7 +40,7 @@ void unmap_view(HugeMemory &memory) noexcept {
 // Close the section. When a file backs it, the file's descriptor is the
 // section, and closing it deletes the file.
 void close_section(HugeMemory &memory) noexcept {
-  io::close_file(static_cast<std::int32_t>(memory.Mapping));
+  close_file(static_cast<std::int32_t>(memory.Mapping));
 }
 
 std::uint8_t *at(void *base, std::uint32_t offset) {
@@ -48,19 +48,8 @@ std::uint8_t *at(void *base, std::uint32_t offset) {
 }
 
 }  // namespace
-}  // namespace vxkrn::core
 
-using vxkrn::core::at;
-using vxkrn::core::close_section;
-namespace io = vxkrn::io;
-using vxkrn::core::kNoFile;
-using vxkrn::core::map_view;
-using vxkrn::core::unmap_view;
-namespace platform = vxkrn::platform;
-
-extern "C" {
-
-HugeMemory *V_AllocHugeMemory(uint32_t size) {
+HugeMemory *alloc_huge(std::uint32_t size) noexcept {
   platform::RuntimeBlock record(platform::rt_alloc(sizeof(HugeMemory), true));
   if (!record) return nullptr;
   HugeMemory &memory = *static_cast<HugeMemory *>(record.get());
@@ -74,7 +63,7 @@ HugeMemory *V_AllocHugeMemory(uint32_t size) {
 
   std::int32_t section = platform::shared_memory_create(size);
   if (section < 0) {
-    if (io::create_temp_file(size, &memory.BackingFile) != RC_SUCCESS) return nullptr;
+    if (create_temp_file(size, &memory.BackingFile) != RC_SUCCESS) return nullptr;
     section = memory.BackingFile;  // a file can be mapped as it is
   }
   memory.Mapping = section;
@@ -88,9 +77,8 @@ HugeMemory *V_AllocHugeMemory(uint32_t size) {
   return static_cast<HugeMemory *>(record.release());
 }
 
-ResultCode V_AccessHugeMemory(HugeMemory *memory, void **out, uint32_t offset, uint32_t length) {
-  if (!memory) return RC_INVALID_HANDLE;
-  if (!out) return RC_INVALID_PARAMETER;
+ResultCode access_huge(HugeMemory *memory, void **out, std::uint32_t offset,
+                       std::uint32_t length) noexcept {
   if (!memory->Mapped) {
     *out = at(memory->Address, offset);
     return RC_SUCCESS;
@@ -109,8 +97,7 @@ ResultCode V_AccessHugeMemory(HugeMemory *memory, void **out, uint32_t offset, u
   return RC_SUCCESS;
 }
 
-ResultCode V_ZeroHugeMemory(HugeMemory *memory, uint32_t offset, uint32_t length) {
-  if (!memory) return RC_INVALID_HANDLE;
+ResultCode zero_huge(HugeMemory *memory, std::uint32_t offset, std::uint32_t length) noexcept {
   if (!memory->Mapped) {
     // Unlike the mapped path, a plain block is filled from its start and the
     // offset's low byte is the fill value. That is this function's contract
@@ -121,7 +108,7 @@ ResultCode V_ZeroHugeMemory(HugeMemory *memory, uint32_t offset, uint32_t length
   if (uint64_t{offset} + length > memory->BlockSize) return RC_INVALID_PARAMETER;
   while (length > 0) {
     void *p;
-    const ResultCode rc = V_AccessHugeMemory(memory, &p, offset, 1);
+    const ResultCode rc = access_huge(memory, &p, offset, 1);
     if (rc != RC_SUCCESS) return rc;
     const uint64_t view_end = uint64_t{memory->ViewOffset} + memory->ViewSize;
     // A view squeezed below its page offset still maps the byte asked for
@@ -135,8 +122,7 @@ ResultCode V_ZeroHugeMemory(HugeMemory *memory, uint32_t offset, uint32_t length
   return RC_SUCCESS;
 }
 
-void V_FreeHugeMemory(HugeMemory *memory) {
-  if (!memory) return;
+void free_huge(HugeMemory *memory) noexcept {
   if (memory->Mapped) {
     unmap_view(*memory);
     close_section(*memory);
@@ -146,4 +132,4 @@ void V_FreeHugeMemory(HugeMemory *memory) {
   platform::rt_free(memory);
 }
 
-}  // extern "C"
+}  // namespace vxkrn::core

@@ -21,6 +21,21 @@ class Progress {
   // The call with 0 before the first row.
   ResultCode start() { return report(); }
 
+  // Run step(y) for y = 0 .. rows - 1 with the reports around it: 0 first,
+  // then after each row; the first failure or stop ends the loop.
+  template <class Step>
+  ResultCode each_row(std::int32_t rows, Step step) {
+    const ResultCode started = start();
+    if (started != RC_SUCCESS) return started;
+    for (std::int32_t y = 0; y < rows; ++y) {
+      const ResultCode rc = step(y);
+      if (rc != RC_SUCCESS) return rc;
+      const ResultCode reported = row_done();
+      if (reported != RC_SUCCESS) return reported;
+    }
+    return RC_SUCCESS;
+  }
+
   // After each row.
   ResultCode row_done() {
     const uint32_t before = percent_;

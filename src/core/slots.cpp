@@ -2,10 +2,13 @@
 // under the library lock, values kept in each thread's state record.
 #include <atomic>
 
+#include "core/slots.h"
+
 #include "core/thread_state.h"
 #include "platform/threads.h"
 #include "vxkrn/system.h"
 
+namespace vxkrn::core {
 namespace {
 
 constexpr unsigned char kInUse = 255;
@@ -20,10 +23,8 @@ bool slot_handed_out(int32_t index) {
 
 }  // namespace
 
-extern "C" {
-
-int32_t V_TlsAlloc(void) {
-  vxkrn::platform::LibraryLockGuard guard;
+int32_t slot_alloc() noexcept {
+  platform::LibraryLockGuard guard;
   int32_t count = g_slot_count.load(std::memory_order_relaxed);
   if (count < VXKRN_TLS_SLOTS) {
     g_slot_marks[count] = kInUse;
@@ -39,28 +40,28 @@ int32_t V_TlsAlloc(void) {
   return -1;
 }
 
-int32_t V_TlsFree(int32_t index) {
-  vxkrn::platform::LibraryLockGuard guard;
+bool slot_free(int32_t index) noexcept {
+  platform::LibraryLockGuard guard;
   int32_t count = g_slot_count.load(std::memory_order_relaxed);
-  if (index < 0 || index >= count || g_slot_marks[index] != kInUse) return 0;
+  if (index < 0 || index >= count || g_slot_marks[index] != kInUse) return false;
   g_slot_marks[index] = 0;
   // Only the top index gives its place back; free slots below it stay
-  // counted until V_TlsAlloc reuses them.
+  // counted until slot_alloc reuses them.
   if (index == count - 1) g_slot_count.store(count - 1, std::memory_order_release);
-  return 1;
+  return true;
 }
 
-void *V_TlsGetValue(int32_t index) {
-  const vxkrn::core::ThreadState &state = vxkrn::core::thread_state();
+void *slot_value(int32_t index) noexcept {
+  const ThreadState &state = thread_state();
   if (!slot_handed_out(index) || !state.user_slots) return nullptr;
   return state.user_slots[index];
 }
 
-int32_t V_TlsSetValue(int32_t index, void *value) {
-  vxkrn::core::ThreadState &state = vxkrn::core::thread_state();
-  if (!slot_handed_out(index) || !state.user_slots) return 0;
+bool set_slot_value(int32_t index, void *value) noexcept {
+  ThreadState &state = thread_state();
+  if (!slot_handed_out(index) || !state.user_slots) return false;
   state.user_slots[index] = value;
-  return 1;
+  return true;
 }
 
-}  // extern "C"
+}  // namespace vxkrn::core

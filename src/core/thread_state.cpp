@@ -38,8 +38,7 @@ ThreadState *create_state() noexcept {
   }
   auto *state = static_cast<ThreadState *>(platform::rt_alloc(sizeof(ThreadState), true));
   if (!state) return nullptr;
-  state->redirect = RedirectTable{V_OsOpen, V_OsRead, V_OsWrite, V_OsSeek, V_OsClose,
-                                  nullptr,  nullptr,  nullptr,   nullptr,  nullptr};
+  // The redirection table starts empty: a null slot is the system's files.
   state->default_dithering = 7;
   state->default_x_resolution = 150;
   state->default_y_resolution = 150;

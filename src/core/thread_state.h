@@ -15,7 +15,8 @@ struct CallbackSlot {
   void *user_data;
 };
 
-// The thread's file routines and the value each one is called with.
+// The thread's file routines and the value each one is called with; a null
+// routine stands for the file layer's primitive.
 struct RedirectTable {
   IoOpenFunc open;
   IoReadFunc read;

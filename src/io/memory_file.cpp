@@ -4,11 +4,11 @@
 
 #include <cstring>
 
+#include "io/redirect.h"
 #include "platform/heap.h"
 #include "vxkrn/file.h"
 
-using vxkrn::io::MemoryFile;
-
+namespace vxkrn::io {
 namespace {
 
 constexpr uint64_t kGrowStep = 32768;
@@ -42,9 +42,9 @@ int32_t memory_read(int32_t handle, void *buffer, uint32_t count, void *user_dat
 void grow(MemoryFile *file, uint64_t end) {
   const uint64_t capacity = (end + kGrowStep - 1) & ~(kGrowStep - 1);
   if (capacity > UINT32_MAX) return;
-  void *block = file->buffer ? vxkrn::platform::heap_realloc(vxkrn::platform::Heap::System,
-                                                             file->buffer, capacity)
-                             : vxkrn::platform::sys_alloc(capacity);
+  void *block = file->buffer
+                    ? platform::heap_realloc(platform::Heap::System, file->buffer, capacity)
+                    : platform::sys_alloc(capacity);
   if (!block) return;
   file->buffer = static_cast<uint8_t *>(block);
   file->capacity = static_cast<uint32_t>(capacity);
@@ -99,8 +99,7 @@ int32_t memory_close(int32_t handle, void *user_data) {
   const uint32_t trim = MEMFILE_GROW | MEMFILE_TRIM;
   if (file->data_size < file->capacity && !(file->flags & MEMFILE_FULL) &&
       (file->flags & trim) == trim && file->buffer) {
-    void *block =
-        vxkrn::platform::heap_realloc(vxkrn::platform::Heap::System, file->buffer, file->data_size);
+    void *block = platform::heap_realloc(platform::Heap::System, file->buffer, file->data_size);
     if (block) {
       file->buffer = static_cast<uint8_t *>(block);
       file->capacity = file->data_size;
@@ -109,64 +108,39 @@ int32_t memory_close(int32_t handle, void *user_data) {
   return 0;
 }
 
-// Swap the context's saved callbacks and values with the thread's table.
-void swap_with_thread(MemoryFile *file) {
-  vxkrn::core::RedirectTable &s = file->saved;
-  V_FilterIO(&s.open, &s.read, &s.write, &s.seek, &s.close, &s.open_data, &s.read_data,
-             &s.write_data, &s.seek_data, &s.close_data);
-}
-
 // Whether the thread's table is this redirection's own: only then does
-// stopping it put back what was current before it. Redirections stop in the
-// reverse order of their starts.
+// stopping it put back what was current before it.
 bool is_current(const MemoryFile *file) {
-  IoOpenFunc open = nullptr;
-  IoReadFunc read = nullptr;
-  IoWriteFunc write = nullptr;
-  IoSeekFunc seek = nullptr;
-  IoCloseFunc close = nullptr;
-  V_FilterIO(&open, &read, &write, &seek, &close, nullptr, nullptr, nullptr, nullptr, nullptr);
-  void *data[5];
-  V_GetFilterIOData(&data[0], &data[1], &data[2], &data[3], &data[4]);
-  const bool callbacks = open == memory_open && read == memory_read && write == memory_write &&
-                         seek == memory_seek && close == memory_close;
-  for (void *d : data)
-    if (d != file) return false;
-  return callbacks;
+  const core::RedirectTable &t = table();
+  return t.open == memory_open && t.read == memory_read && t.write == memory_write &&
+         t.seek == memory_seek && t.close == memory_close && t.open_data == file &&
+         t.read_data == file && t.write_data == file && t.seek_data == file && t.close_data == file;
 }
 
 }  // namespace
 
-extern "C" {
-
-ResultCode V_StartRedirectToBuffer(void **context, int32_t *handle, uint32_t flags, void *buffer,
-                                   uint32_t size) {
-  if (!context) return RC_INVALID_PARAMETER;
-  auto *file = static_cast<MemoryFile *>(vxkrn::platform::rt_alloc(sizeof(MemoryFile)));
-  if (!file) return RC_NO_MEMORY;
-  file->buffer = static_cast<uint8_t *>(buffer);
+MemoryFile *start_memory_redirect(std::uint32_t flags, void *buffer, std::uint32_t size) noexcept {
+  auto *file = static_cast<MemoryFile *>(platform::rt_alloc(sizeof(MemoryFile)));
+  if (!file) return nullptr;
+  file->buffer = static_cast<std::uint8_t *>(buffer);
   file->capacity = size;
   file->data_size = (flags & MEMFILE_FULL) ? size : 0;
   file->position = 0;
   file->flags = flags;
   file->saved =
-      vxkrn::core::RedirectTable{memory_open, memory_read, memory_write, memory_seek, memory_close,
-                                 file,        file,        file,         file,        file};
-  swap_with_thread(file);
-  *context = file;
-  if (handle) *handle = MEMFILE_HANDLE;
-  return RC_SUCCESS;
+      core::RedirectTable{memory_open, memory_read, memory_write, memory_seek, memory_close,
+                          file,        file,        file,         file,        file};
+  swap_table(file->saved);
+  return file;
 }
 
-ResultCode V_StopRedirectToBuffer(void *context, void **buffer, uint32_t *size) {
-  if (!context) return RC_INVALID_PARAMETER;
-  MemoryFile *file = as_file(context);
+ResultCode stop_memory_redirect(MemoryFile *file, void **buffer, std::uint32_t *size) noexcept {
   if (!is_current(file)) return RC_INVALID_PARAMETER;
-  swap_with_thread(file);
+  swap_table(file->saved);
   if (buffer) *buffer = file->buffer;
   if (size) *size = file->data_size;
-  vxkrn::platform::rt_free(file);
+  platform::rt_free(file);
   return RC_SUCCESS;
 }
 
-}  // extern "C"
+}  // namespace vxkrn::io

@@ -3,40 +3,34 @@
 #include <algorithm>
 #include <cstring>
 
-#include "core/bitmap_lock.h"
 #include "core/checks.h"
+#include "core/duplicate.h"
 #include "core/pixel_layout.h"
 #include "core/progress.h"
-#include "core/row_io.h"
+#include "core/row_access.h"
+#include "core/storage.h"
 #include "platform/heap.h"
 #include "transform/bit_stream.h"
-#include "transform/copy_internal.h"
-#include "vxkrn/bitmap.h"
-#include "vxkrn/copy.h"
-#include "vxkrn/rows.h"
+#include "transform/copy.h"
 
-using namespace vxkrn::core;
-
+namespace vxkrn::transform {
 namespace {
 
-// Where the copied pixels start within their first byte, in bits. 12-bit
-// pixels are a whole nibble apart by the column's parity.
-uint32_t bit_offset(int32_t bits, int64_t column) {
-  if (bits == 12) return column & 1 ? 4 : 0;
-  return bits < 8 ? static_cast<uint32_t>((column * bits) % 8) : 0;
-}
+using core::RowAccess;
 
 uint32_t bytes_for(uint64_t bits) {
   return static_cast<uint32_t>((bits + 7) / 8);
 }
 
-// 12-bit pixels at nibble offset `from` copied to nibble offset `to`: pixel
-// by pixel, since the low nibble of a pair's middle byte belongs to the first.
-void shift_gray12(const uint8_t *in, uint8_t *out, uint32_t bytes, uint32_t from, uint32_t to,
-                  uint64_t pixels) {
+// Pixels that fill bytes from their low bits, moved from bit offset `from`
+// to `to`: pixel by pixel (for 12 bits the low nibble of a pair's middle
+// byte belongs to the first pixel).
+void shift_low_first(const uint8_t *in, uint8_t *out, uint32_t bytes, uint32_t from, uint32_t to,
+                     uint64_t pixels, int32_t bits) {
   std::memset(out, 0, bytes);
   for (uint64_t p = 0; p < pixels; ++p)
-    set_packed_pixel(out, to + 12 * p, 12, get_packed_pixel(in, from + 12 * p, 12));
+    core::set_packed_pixel(out, to + uint64_t(bits) * p, bits,
+                           core::get_packed_pixel(in, from + uint64_t(bits) * p, bits));
 }
 
 // Clear the bits after the copied pixels in the last byte written: they
@@ -45,7 +39,8 @@ void clear_tail(uint8_t *row, uint32_t bytes, uint64_t used_bits, int32_t bits) 
   const uint32_t spare = static_cast<uint32_t>(bytes * 8 - used_bits);
   if (spare == 0) return;
   uint8_t &last = row[bytes - 1];
-  last = static_cast<uint8_t>(bits == 12 ? last & (0xFFu >> spare) : last & (0xFFu << spare));
+  last = static_cast<uint8_t>(core::fills_from_low_bits(bits) ? last & (0xFFu >> spare)
+                                                              : last & (0xFFu << spare));
 }
 
 struct Rect {
@@ -71,8 +66,8 @@ Geometry geometry_of(int32_t bits, const Rect &r, int32_t left) {
   g.bits = bits;
   g.columns = static_cast<uint64_t>(r.end_column - r.first_column);
   g.used = static_cast<uint64_t>(bits) * g.columns;
-  g.from = bit_offset(bits, r.first_column);
-  g.to = bit_offset(bits, r.first_column - left);
+  g.from = core::column_bit(bits, static_cast<uint64_t>(r.first_column));
+  g.to = core::column_bit(bits, static_cast<uint64_t>(r.first_column - left));
   g.read = bytes_for(g.from + g.used);
   g.write = bytes_for(g.to + g.used);
   return g;
@@ -82,29 +77,27 @@ Geometry geometry_of(int32_t bits, const Rect &r, int32_t left) {
 void realign(const uint8_t *in, uint8_t *out, const Geometry &g) {
   if (g.from == g.to)
     std::memcpy(out, in, g.write);
-  else if (g.bits == 12)
-    shift_gray12(in, out, g.write, g.from, g.to, g.columns);
+  else if (core::fills_from_low_bits(g.bits))
+    shift_low_first(in, out, g.write, g.from, g.to, g.columns, g.bits);
   else
-    vxkrn::transform::shift_stream(in, g.read, out, g.write,
-                                   static_cast<int>(g.from) - static_cast<int>(g.to));
+    shift_stream(in, g.read, out, g.write, static_cast<int>(g.from) - static_cast<int>(g.to));
   clear_tail(out, g.write, g.to + g.used, g.bits);
 }
 
 // Copy the overlap rows of `source` into `result`. `stopped` tells a
 // callback's stop apart from a failure.
-ResultCode copy_rows(BitmapHandle *result, BitmapHandle *source, int32_t left, int32_t top,
+ResultCode copy_rows(BitmapHandle &result, BitmapHandle &source, int32_t left, int32_t top,
                      int32_t height, const Rect &r, bool *stopped) {
-  const Geometry g = geometry_of(source->BitsPerPixel, r, left);
-  BitmapLock locked_source(source), locked_result(result);
+  const Geometry g = geometry_of(source.BitsPerPixel, r, left);
+  RowAccess from(source, core::Lock::ForTheCall), to(result, core::Lock::ForTheCall);
   // Both in memory: straight from row to row. Otherwise through two buffers.
-  const bool direct =
-      vxkrn::transform::addressable(*source) && vxkrn::transform::addressable(*result);
-  vxkrn::platform::RuntimeBlock buffer(
-      direct ? nullptr : vxkrn::platform::rt_alloc(uint64_t{g.read} + g.write, true));
+  const bool direct = from.row_address(0) && to.row_address(0);
+  platform::RuntimeBlock buffer(direct ? nullptr
+                                       : platform::rt_alloc(uint64_t{g.read} + g.write, true));
   if (!direct && !buffer) return RC_NO_MEMORY;
   auto *in = static_cast<uint8_t *>(buffer.get());
   uint8_t *out = direct ? nullptr : in + g.read;
-  Progress progress = copy_progress(static_cast<uint32_t>(height));
+  core::Progress progress = core::copy_progress(static_cast<uint32_t>(height));
   // A callback's stop is told apart from a failure.
   auto reported = [stopped](ResultCode rc) {
     *stopped = rc != RC_SUCCESS;
@@ -115,35 +108,32 @@ ResultCode copy_rows(BitmapHandle *result, BitmapHandle *source, int32_t left, i
   const auto result_column = static_cast<int32_t>(r.first_column - left);
   for (int64_t y = r.first_row; y < r.end_row; ++y) {
     const auto source_row = static_cast<int32_t>(y), result_row = static_cast<int32_t>(y - top);
+    const uint64_t from_offset = from.offset_of(source_row, source_column);
+    const uint64_t to_offset = to.offset_of(result_row, result_column);
     if (direct) {
-      realign(source->Data + pixel_offset(*source, source_row, source_column),
-              result->Data + pixel_offset(*result, result_row, result_column), g);
+      realign(source.Data + from_offset, result.Data + to_offset, g);
     } else {
-      const int32_t got = V_GetBitmapRowCol(source, in, source_row, source_column, g.read);
-      if (got < 0) return got;
+      VXKRN_TRY(from.get(from_offset, in, g.read));
       realign(in, out, g);
-      const int32_t put = V_PutBitmapRowCol(result, out, result_row, result_column, g.write);
-      if (put != static_cast<int32_t>(g.write)) return put < 0 ? put : RC_NO_MEMORY;
+      if (to.put(to_offset, out, g.write) != RC_SUCCESS) return RC_NO_MEMORY;
     }
     VXKRN_TRY(reported(progress.row_done()));
   }
   return RC_SUCCESS;
 }
 
-ResultCode copy_rect(BitmapHandle *destination, BitmapHandle *source, uint32_t struct_size,
-                     int32_t left, int32_t top, int32_t width, int32_t height,
-                     const int32_t *memory_type) {
-  VXKRN_TRY(check_handle(source, RC_INVALID_PARAMETER));
-  VXKRN_TRY(check_struct_size(struct_size));
-  VXKRN_TRY(check_allocated(source, RC_INVALID_PARAMETER));
+}  // namespace
+
+ResultCode copy_rect(BitmapHandle *destination, BitmapHandle &source, int32_t left, int32_t top,
+                     int32_t width, int32_t height, const int32_t *memory_type) noexcept {
   // Without a separate destination the result replaces the source.
-  const bool in_place = !destination || destination == source;
+  const bool in_place = !destination || destination == &source;
   BitmapHandle scratch;
-  BitmapHandle *result = in_place ? &scratch : destination;
-  VXKRN_TRY(vxkrn::transform::duplicate_for_copy(result, source, width, height, memory_type));
-  const Rect r = clip(*source, left, top, width, height);
+  BitmapHandle &result = in_place ? scratch : *destination;
+  VXKRN_TRY(core::duplicate_for_copy(result, source, width, height, memory_type));
+  const Rect r = clip(source, left, top, width, height);
   if (r.end_column - r.first_column < 1 || r.end_row - r.first_row < 1) {
-    if (in_place) V_FreeBitmap(result);  // nothing to copy: the source stays as it was
+    if (in_place) core::free_bitmap(result);  // nothing to copy: the source stays as it was
     return RC_SUCCESS;
   }
   bool stopped = false;
@@ -151,38 +141,22 @@ ResultCode copy_rect(BitmapHandle *destination, BitmapHandle *source, uint32_t s
   if (in_place && (rc == RC_SUCCESS || stopped)) {
     // Also when the callback stopped the copy, deliberately: the partly
     // copied bitmap takes the source's place.
-    V_FreeBitmap(source);
-    *source = scratch;
+    core::free_bitmap(source);
+    source = scratch;
   } else if (rc != RC_SUCCESS) {
-    V_FreeBitmap(result);  // a failure leaves no storage behind
+    core::free_bitmap(result);  // a failure leaves no storage behind
   }
   return rc;
 }
 
-}  // namespace
-
-extern "C" {
-
-ResultCode V_CopyBitmapRect(BitmapHandle *destination, BitmapHandle *source, uint32_t struct_size,
-                            int32_t left, int32_t top, int32_t width, int32_t height) {
-  return copy_rect(destination, source, struct_size, left, top, width, height, nullptr);
-}
-
-ResultCode V_CopyBitmapRect2(BitmapHandle *destination, BitmapHandle *source, uint32_t struct_size,
-                             int32_t left, int32_t top, int32_t width, int32_t height,
-                             int32_t memory_type) {
-  return copy_rect(destination, source, struct_size, left, top, width, height, &memory_type);
-}
-
-ResultCode V_TrimBitmap(BitmapHandle *bitmap, int32_t left, int32_t top, int32_t width,
-                        int32_t height) {
-  VXKRN_TRY(check_allocated_handle(bitmap, RC_INVALID_PARAMETER, RC_INVALID_PARAMETER));
-  const Rect r = clip(*bitmap, left, top, width, height);
+ResultCode trim(BitmapHandle &bitmap, int32_t left, int32_t top, int32_t width,
+                int32_t height) noexcept {
+  const Rect r = clip(bitmap, left, top, width, height);
   if (r.end_column < r.first_column || r.end_row < r.first_row) return RC_EMPTY_AREA;
-  return V_CopyBitmapRect(nullptr, bitmap, BITMAPHANDLE_SIZE, static_cast<int32_t>(r.first_column),
-                          static_cast<int32_t>(r.first_row),
-                          static_cast<int32_t>(r.end_column - r.first_column),
-                          static_cast<int32_t>(r.end_row - r.first_row));
+  return copy_rect(nullptr, bitmap, static_cast<int32_t>(r.first_column),
+                   static_cast<int32_t>(r.first_row),
+                   static_cast<int32_t>(r.end_column - r.first_column),
+                   static_cast<int32_t>(r.end_row - r.first_row), nullptr);
 }
 
-}  // extern "C"
+}  // namespace vxkrn::transform

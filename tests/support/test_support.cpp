@@ -12,7 +12,7 @@
 #include <cstring>
 #include <random>
 
-#include "io/run_length.h"
+#include "core/run_length.h"
 
 namespace vxkrn_test {
 
@@ -219,7 +219,7 @@ std::vector<std::uint8_t> compress_rows(const std::vector<std::uint8_t> &rows, s
   EXPECT_EQ(V_CompressRows(records.data(), rows.data(), width, count), RC_SUCCESS);
   std::size_t used = 0;
   for (std::uint32_t k = 0; k < count; ++k)
-    used += vxkrn::io::record_bytes(records.data() + used);
+    used += vxkrn::core::record_bytes(records.data() + used);
   records.resize(used);
   return records;
 }

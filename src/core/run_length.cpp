@@ -1,21 +1,16 @@
 // Run-length coding of 1-bit rows: the per-byte run table, the encoder, the
 // decoder, and the exported compress, expand, mirror and flip of buffers.
-#include "io/run_length.h"
+#include "core/run_length.h"
 
 #include <bit>
 #include <cstddef>
 #include <cstring>
 
-#include "core/bitmap_core.h"
+#include "core/pixel_layout.h"
 #include "core/byte_order.h"
-#include "vxkrn/compress.h"
 
-namespace vxkrn::io {
+namespace vxkrn::core {
 namespace {
-
-using core::load16;
-using core::store16;
-using core::store32;
 
 // The runs of one byte value, most significant bit first, already in their
 // output form so that appending them is one fixed-size copy.
@@ -306,61 +301,31 @@ bool record_reaches(const std::uint8_t *record, std::uint64_t end) noexcept {
 }
 
 std::uint32_t record_words(const std::uint8_t *record) noexcept {
-  return core::load32(record);
+  return load32(record);
 }
 
 std::uint64_t record_bytes(const std::uint8_t *record) noexcept {
   return words_to_record_bytes(record_words(record));
 }
 
-}  // namespace vxkrn::io
-
-using namespace vxkrn::io;
-
-extern "C" {
-
-int32_t V_CompressRow(void *destination, const void *source, uint32_t column, uint32_t count) {
-  if (!destination || !source || count > INT32_MAX) return RC_INVALID_PARAMETER;
-  encode_row(static_cast<const uint8_t *>(source), column & 7, count,
-             static_cast<uint8_t *>(destination));
-  return static_cast<int32_t>(count);
+void compress_rows(std::uint8_t *out, const std::uint8_t *in, std::uint32_t width,
+                   std::uint32_t rows) noexcept {
+  const auto stride = static_cast<std::size_t>(bytes_per_line(width, 1));
+  for (std::uint32_t row = 0; row < rows; ++row, in += stride)
+    out += static_cast<std::size_t>(words_to_record_bytes(encode_row(in, 0, width, out)));
 }
 
-ResultCode V_CompressRows(void *destination, const void *source, uint32_t width, uint32_t rows) {
-  if (!destination || !source) return RC_INVALID_PARAMETER;
-  auto *out = static_cast<uint8_t *>(destination);
-  const auto *in = static_cast<const uint8_t *>(source);
-  const std::size_t stride = static_cast<std::size_t>(vxkrn::core::bytes_per_line(width, 1));
-  for (uint32_t row = 0; row < rows; ++row) {
-    const uint32_t n = encode_row(in, 0, width, out);
-    out += static_cast<std::size_t>(words_to_record_bytes(n));
-    in += stride;
-  }
-  return RC_SUCCESS;
-}
-
-ResultCode V_ExpandRow(const void *record, void *destination, uint32_t column, uint32_t count) {
-  if (!record || !destination) return RC_INVALID_PARAMETER;
-  const auto *in = static_cast<const uint8_t *>(record);
-  if (!record_reaches(in, uint64_t{column} + count)) return RC_INVALID_PARAMETER;
-  decode_runs(in + 4, record_words(in), column, count, static_cast<uint8_t *>(destination));
-  return RC_SUCCESS;
-}
-
-ResultCode V_ExpandRows(const void *records, void *destination, uint32_t width, uint32_t rows) {
-  if (!records || !destination) return RC_INVALID_PARAMETER;
-  const auto *in = static_cast<const uint8_t *>(records);
-  auto *out = static_cast<uint8_t *>(destination);
-  const std::size_t stride = static_cast<std::size_t>(vxkrn::core::bytes_per_line(width, 1));
+ResultCode expand_rows(const std::uint8_t *in, std::uint8_t *out, std::uint32_t width,
+                       std::uint32_t rows) noexcept {
+  const auto stride = static_cast<std::size_t>(bytes_per_line(width, 1));
   // Every record is checked before the first row is written.
-  const uint8_t *check = in;
-  for (uint32_t row = 0; row < rows; ++row, check += record_bytes(check))
+  const std::uint8_t *check = in;
+  for (std::uint32_t row = 0; row < rows; ++row, check += record_bytes(check))
     if (!is_row_record(check, width)) return RC_INVALID_PARAMETER;
-  for (uint32_t row = 0; row < rows; ++row) {
-    const uint32_t n = record_words(in);
+  for (std::uint32_t row = 0; row < rows; ++row, out += stride) {
+    const std::uint32_t n = record_words(in);
     decode_runs(in + 4, n, 0, width, out);
     in += static_cast<std::size_t>(words_to_record_bytes(n));
-    out += stride;
   }
   return RC_SUCCESS;
 }
@@ -368,44 +333,36 @@ ResultCode V_ExpandRows(const void *records, void *destination, uint32_t width, 
 // Reversing the words reverses the row. A leading zero-length 0 run would
 // end up last, where it means nothing, so it is dropped; a row that ended in
 // a 1 run begins with one after the reversal, so it gains a zero-length 0 run.
-ResultCode V_MirrorCompressedBuffer(const void *source, void *destination, uint32_t rows) {
-  if (!source || !destination) return RC_INVALID_PARAMETER;
-  const auto *in = static_cast<const uint8_t *>(source);
-  auto *out = static_cast<uint8_t *>(destination);
-  for (uint32_t row = 0; row < rows; ++row) {
-    const uint32_t n = record_words(in);
-    const uint8_t *words = in + 4;
-    const uint32_t dropped = n != 0 && load16(words) == 0 ? 1 : 0;
-    const uint32_t leading = (n & 1) ? 0 : 1;
+void mirror_records(const std::uint8_t *in, std::uint8_t *out, std::uint32_t rows) noexcept {
+  for (std::uint32_t row = 0; row < rows; ++row) {
+    const std::uint32_t n = record_words(in);
+    const std::uint8_t *words = in + 4;
+    const std::uint32_t dropped = n != 0 && load16(words) == 0 ? 1 : 0;
+    const std::uint32_t leading = (n & 1) ? 0 : 1;
     store32(out, n - dropped + leading);
     out += 4;
     if (leading) {
       store16(out, 0);
       out += 2;
     }
-    for (uint32_t i = n; i > dropped; --i) {
+    for (std::uint32_t i = n; i > dropped; --i) {
       std::memcpy(out, words + 2 * std::size_t{i - 1}, 2);
       out += 2;
     }
     in += static_cast<std::size_t>(words_to_record_bytes(n));
   }
-  return RC_SUCCESS;
 }
 
-ResultCode V_FlipCompressedBuffer(const void *source, void *destination, uint32_t rows) {
-  if (!source || !destination) return RC_INVALID_PARAMETER;
-  const auto *in = static_cast<const uint8_t *>(source);
-  auto *out = static_cast<uint8_t *>(destination);
+void flip_records(const std::uint8_t *in, std::uint8_t *out, std::uint32_t rows) noexcept {
   std::size_t total = 0;
-  for (uint32_t row = 0; row < rows; ++row)
+  for (std::uint32_t row = 0; row < rows; ++row)
     total += static_cast<std::size_t>(record_bytes(in + total));
   std::size_t offset = 0;
-  for (uint32_t row = 0; row < rows; ++row) {
-    const std::size_t size = static_cast<std::size_t>(record_bytes(in + offset));
+  for (std::uint32_t row = 0; row < rows; ++row) {
+    const auto size = static_cast<std::size_t>(record_bytes(in + offset));
     std::memcpy(out + total - offset - size, in + offset, size);
     offset += size;
   }
-  return RC_SUCCESS;
 }
 
-}  // extern "C"
+}  // namespace vxkrn::core

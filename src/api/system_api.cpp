@@ -1,10 +1,13 @@
-// Per-thread settings: defaults for new bitmaps, memory type and thresholds,
-// the temporary directory, status callbacks and the user match table.
+// The boundary of system.h: per-thread settings and callbacks, the
+// library's thread-local slots, small helpers, thread start and result texts.
 #include <cwchar>
 
 #include "core/checks.h"
+#include "core/helpers.h"
+#include "core/slots.h"
 #include "core/thread_state.h"
 #include "platform/files.h"
+#include "platform/threads.h"
 #include "platform/wide_path.h"
 #include "vxkrn/bitmap.h"
 #include "vxkrn/system.h"
@@ -153,6 +156,93 @@ uint32_t *V_SetUserMatchTable(uint32_t *table) {
   uint32_t *old = state.user_match_table;
   state.user_match_table = table;
   return old;
+}
+
+int32_t V_TlsAlloc(void) {
+  return vxkrn::core::slot_alloc();
+}
+
+int32_t V_TlsFree(int32_t index) {
+  return vxkrn::core::slot_free(index) ? 1 : 0;
+}
+
+void *V_TlsGetValue(int32_t index) {
+  return vxkrn::core::slot_value(index);
+}
+
+int32_t V_TlsSetValue(int32_t index, void *value) {
+  return vxkrn::core::set_slot_value(index, value) ? 1 : 0;
+}
+
+int32_t V_SinValue(int32_t angle) {
+  return vxkrn::core::sine(angle);
+}
+
+int32_t V_CosValue(int32_t angle) {
+  return vxkrn::core::cosine(angle);
+}
+
+uint32_t V_SQRT(uint32_t n) {
+  return vxkrn::core::isqrt(n);
+}
+
+const uint8_t *V_Get1BitOnTable(void) {
+  return vxkrn::core::bit_counts();
+}
+
+wchar_t *V_SkipPath(const wchar_t *path) {
+  if (!path) return nullptr;
+  return const_cast<wchar_t *>(vxkrn::core::skip_path(path));
+}
+
+ResultCode V_VeltThreadCreateAndRun(VeltThread *record) {
+  if (!record || !record->Routine) return RC_NO_MEMORY;
+  return vxkrn::platform::thread_start(record->Routine, record, &record->Thread) ? RC_SUCCESS
+                                                                                 : RC_NO_MEMORY;
+}
+
+ResultCode V_VeltThreadJoin(uintptr_t thread, uint32_t *exit_code) {
+  if (thread == 0) return RC_INVALID_PARAMETER;
+  return vxkrn::platform::thread_join(thread, exit_code) ? RC_SUCCESS : RC_INVALID_PARAMETER;
+}
+
+const char *V_ResultText(ResultCode code) {
+  switch (code) {
+    case RC_SUCCESS:
+      return "success";
+    case RC_NO_MEMORY:
+      return "out of memory";
+    case RC_INVALID_BITMAP:
+      return "bitmap missing, not allocated or of a kind not handled";
+    case RC_IMAGE_TOO_LARGE:
+      return "image too large";
+    case RC_FILE_SEEK:
+      return "file seek failed";
+    case RC_FILE_WRITE:
+      return "file write failed";
+    case RC_FILE_READ:
+      return "file read failed";
+    case RC_EMPTY_AREA:
+      return "empty image or rectangle";
+    case RC_INVALID_PARAMETER:
+      return "invalid parameter";
+    case RC_INVALID_FORMAT:
+      return "unsupported bitmap header";
+    case RC_INVALID_BITS_PER_PIXEL:
+      return "bits per pixel not supported";
+    case RC_DISK_FULL:
+      return "disk full";
+    case RC_INVALID_STRUCT_SIZE:
+      return "wrong record size";
+    case RC_INVALID_HANDLE:
+      return "invalid handle";
+    case RC_BITMAP_RESTRICTED:
+      return "bitmap restricted";
+    case RC_INVALID_LUT_LENGTH:
+      return "lookup table length does not fit";
+    default:
+      return "unknown result code";
+  }
 }
 
 }  // extern "C"

@@ -4,7 +4,9 @@
 
 #include <cstdint>
 
-namespace vxkrn::io {
+#include "vxkrn/types.h"
+
+namespace vxkrn::core {
 
 // Longest run one word holds.
 constexpr std::uint32_t kMaxRunWord = 65535;
@@ -51,4 +53,16 @@ bool record_reaches(const std::uint8_t *record, std::uint64_t end) noexcept;
 std::uint32_t record_words(const std::uint8_t *record) noexcept;
 std::uint64_t record_bytes(const std::uint8_t *record) noexcept;
 
-}  // namespace vxkrn::io
+// The buffer coders: `rows` plain rows of `width` pixels at the padded
+// stride to records back to back, and back (RC_INVALID_PARAMETER, nothing
+// written, when a record is not one row of `width` pixels); every record
+// reversed left to right (a record may grow by one word); the records in
+// reverse order. Buffers must not overlap.
+void compress_rows(std::uint8_t *out, const std::uint8_t *in, std::uint32_t width,
+                   std::uint32_t rows) noexcept;
+ResultCode expand_rows(const std::uint8_t *in, std::uint8_t *out, std::uint32_t width,
+                       std::uint32_t rows) noexcept;
+void mirror_records(const std::uint8_t *in, std::uint8_t *out, std::uint32_t rows) noexcept;
+void flip_records(const std::uint8_t *in, std::uint8_t *out, std::uint32_t rows) noexcept;
+
+}  // namespace vxkrn::core

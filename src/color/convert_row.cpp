@@ -1,14 +1,13 @@
-// The exported converter: validation in its documented order, the per-call
-// context, then a fast path or the general path.
+// The converter's entry: validation of the formats in their documented
+// order, the per-call context, then a fast path or the general path.
 #include <cstring>
 
 #include "color/convert_engine.h"
-#include "core/bitmap_core.h"
+#include "color/palette_builtin.h"
+#include "core/record.h"
 #include "vxkrn/convert.h"
-#include "vxkrn/palette.h"
 
-using namespace vxkrn::color;
-
+namespace vxkrn::color {
 namespace {
 
 // A gray range applied to a side. False when it is not a range of the
@@ -30,12 +29,10 @@ bool covers_pixel(int32_t low_bit, int32_t high_bit, int32_t bits) {
 
 }  // namespace
 
-namespace vxkrn::color {
-
-int32_t convert_buffer(void *buffer, uint32_t width, int32_t src_bits, int32_t dst_bits,
-                       int32_t src_order, int32_t dst_order, const PaletteEntry *src_palette,
-                       const PaletteEntry *dst_palette, int32_t flags, int32_t low_bit,
-                       int32_t high_bit, bool use_fast_paths) noexcept {
+int32_t convert_row(void *buffer, uint32_t width, int32_t src_bits, int32_t dst_bits,
+                    int32_t src_order, int32_t dst_order, const PaletteEntry *src_palette,
+                    const PaletteEntry *dst_palette, int32_t flags, int32_t low_bit,
+                    int32_t high_bit, bool use_fast_paths) noexcept {
   if (!buffer || width == 0) return RC_INVALID_PARAMETER;
   if (src_order == ORDER_GRAY)
     flags |= CVT_SRC_GRAY;
@@ -47,8 +44,6 @@ int32_t convert_buffer(void *buffer, uint32_t width, int32_t src_bits, int32_t d
     flags &= ~CVT_DST_GRAY;
   if ((flags & CVT_SRC_BITS) && (flags & CVT_DST_BITS)) return RC_INVALID_PARAMETER;
   if ((flags & CVT_DST_BITS) && dst_order != ORDER_GRAY) return RC_INVALID_PARAMETER;
-  if ((src_bits == 12 && src_order != ORDER_GRAY) || (dst_bits == 12 && dst_order != ORDER_GRAY))
-    return RC_INVALID_PARAMETER;
   if ((flags & CVT_SRC_BITS) && covers_pixel(low_bit, high_bit, src_bits))
     flags &= ~CVT_SRC_BITS;
   else if ((flags & CVT_DST_BITS) && covers_pixel(low_bit, high_bit, dst_bits))
@@ -81,8 +76,8 @@ int32_t convert_buffer(void *buffer, uint32_t width, int32_t src_bits, int32_t d
   c.alpha_fill = (flags & (CVT_ALPHA_FILL | CVT_ALPHA_SET)) ? 65535 : 0;
   c.src_count = from == Domain::Palette ? 1u << c.src.bits : 0;
   c.dst_count = to == Domain::Palette ? 1u << c.dst.bits : 0;
-  c.src_palette = src_palette ? src_palette : V_IntGetFixedPalette(c.src.bits);
-  c.dst_palette = dst_palette ? dst_palette : V_IntGetFixedPalette(c.dst.bits);
+  c.src_palette = src_palette ? src_palette : default_palette(c.src.bits);
+  c.dst_palette = dst_palette ? dst_palette : default_palette(c.dst.bits);
   NearestSearch search(c.dst_palette, c.dst_count);
   c.search = from == Domain::Color && to == Domain::Palette ? &search : nullptr;
 
@@ -97,34 +92,3 @@ int32_t convert_buffer(void *buffer, uint32_t width, int32_t src_bits, int32_t d
 }
 
 }  // namespace vxkrn::color
-
-extern "C" {
-
-ResultCode V_ConvertBufferExt(void *buffer, uint32_t width, int32_t src_bits, int32_t dst_bits,
-                              int32_t src_order, int32_t dst_order, const PaletteEntry *src_palette,
-                              const PaletteEntry *dst_palette, int32_t flags, int32_t low_bit,
-                              int32_t high_bit) {
-  return convert_buffer(buffer, width, src_bits, dst_bits, src_order, dst_order, src_palette,
-                        dst_palette, flags, low_bit, high_bit, true);
-}
-
-ResultCode V_ConvertBuffer(void *buffer, uint32_t width, int32_t src_bits, int32_t dst_bits,
-                           int32_t src_order, int32_t dst_order, const PaletteEntry *src_palette,
-                           const PaletteEntry *dst_palette) {
-  const int32_t flags =
-      (src_order == ORDER_GRAY ? CVT_SRC_GRAY : 0) | (dst_order == ORDER_GRAY ? CVT_DST_GRAY : 0);
-  return V_ConvertBufferExt(buffer, width, src_bits, dst_bits, src_order, dst_order, src_palette,
-                            dst_palette, flags, -1, -1);
-}
-
-uint32_t V_CalcConvertSize(uint32_t width, uint32_t bits, uint32_t new_width, uint32_t new_bits) {
-  auto row = [](uint64_t pixels, uint64_t depth) {
-    return ((pixels * (depth == 0 ? 8 : depth) + 31) >> 3) & ~uint64_t{3};
-  };
-  uint64_t size = row(width, bits);
-  if (row(new_width, bits) > size) size = row(new_width, bits);
-  if (row(new_width, new_bits) > size) size = row(new_width, new_bits);
-  return size > UINT32_MAX ? 0 : static_cast<uint32_t>(size);
-}
-
-}  // extern "C"

@@ -1,5 +1,5 @@
-// The exported memory routines: run-time heap (V_Local...), system heap
-// (V_Global..., V_Os...Handle) and the byte routines.
+// The boundary of system.h for memory: the run-time heap (V_Local...), the
+// system heap (V_Global..., V_Os...Handle) and the byte routines.
 #include <cstring>
 
 #include "platform/heap.h"
