@@ -181,12 +181,21 @@ void write_rows(BitmapHandle &bitmap, const std::vector<std::uint8_t> &rows) {
 std::vector<std::uint8_t> read_rows(BitmapHandle &bitmap) {
   const auto stride = static_cast<std::uint32_t>(bitmap.BytesPerLine);
   std::vector<std::uint8_t> rows(std::size_t(stride) * static_cast<std::size_t>(bitmap.Height));
+  // Each row is read into a buffer with a guard zone after it.
+  std::vector<std::uint8_t> row(stride + kGuardBytes);
   const std::int32_t was_accessed = V_LockBitmap(&bitmap);
-  for (std::int32_t y = 0; y < bitmap.Height; ++y)
-    EXPECT_EQ(V_GetBitmapRow(&bitmap, rows.data() + std::size_t(y) * stride, y, stride),
-              static_cast<std::int32_t>(stride));
+  for (std::int32_t y = 0; y < bitmap.Height; ++y) {
+    std::fill(row.begin() + stride, row.end(), kGuardByte);
+    EXPECT_EQ(V_GetBitmapRow(&bitmap, row.data(), y, stride), static_cast<std::int32_t>(stride));
+    EXPECT_TRUE(guard_intact(row.data() + stride)) << "row " << y << " read past its end";
+    std::copy(row.begin(), row.begin() + stride, rows.begin() + std::size_t(y) * stride);
+  }
   V_UnlockBitmap(&bitmap, was_accessed);
   return rows;
+}
+
+bool guard_intact(const std::uint8_t *guard) {
+  return std::all_of(guard, guard + kGuardBytes, [](std::uint8_t b) { return b == kGuardByte; });
 }
 
 namespace {
@@ -207,16 +216,20 @@ std::vector<std::uint8_t> fill_random_image(BitmapHandle &bitmap, std::uint32_t 
 }
 
 std::vector<std::uint8_t> read_image(const BitmapHandle &bitmap) {
-  std::vector<std::uint8_t> image(image_bytes(bitmap));
+  std::vector<std::uint8_t> image(image_bytes(bitmap) + kGuardBytes, kGuardByte);
   EXPECT_EQ(V_GetBitmapRow(&bitmap, image.data(), 0, image_bytes(bitmap)),
             static_cast<std::int32_t>(image_bytes(bitmap)));
+  EXPECT_TRUE(guard_intact(image.data() + image_bytes(bitmap))) << "read past the image";
+  image.resize(image_bytes(bitmap));
   return image;
 }
 
 std::vector<std::uint8_t> compress_rows(const std::vector<std::uint8_t> &rows, std::uint32_t width,
                                         std::uint32_t count) {
-  std::vector<std::uint8_t> records(count * COMPRESSED_RECORD_MAX_BYTES(width));
+  const std::size_t room = count * COMPRESSED_RECORD_MAX_BYTES(width);
+  std::vector<std::uint8_t> records(room + kGuardBytes, kGuardByte);
   EXPECT_EQ(V_CompressRows(records.data(), rows.data(), width, count), RC_SUCCESS);
+  EXPECT_TRUE(guard_intact(records.data() + room)) << "records written past their room";
   std::size_t used = 0;
   for (std::uint32_t k = 0; k < count; ++k)
     used += vxkrn::core::record_bytes(records.data() + used);

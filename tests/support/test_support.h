@@ -93,11 +93,19 @@ void make_bitmap(BitmapHandle &bitmap, std::int32_t width, std::int32_t height, 
 // The report of V_GetBitmapMemoryInfo (MEM_INFO_...), expected to succeed.
 std::int32_t memory_info(const BitmapHandle &bitmap);
 
+// Buffers the helpers below hand to the library carry a guard zone of
+// kGuardBytes bytes of kGuardByte after what the call may write; an overrun
+// fails the test instead of passing silently.
+constexpr std::size_t kGuardBytes = 32;
+constexpr std::uint8_t kGuardByte = 0xA7;
+bool guard_intact(const std::uint8_t *guard);
+
 // Pixel rows for an allocated bitmap, BytesPerLine bytes each with the
 // padding bits after the last pixel clear. 1-bit rows are runs of random
 // lengths (as scanned pages have), other depths random bytes.
 std::vector<std::uint8_t> random_rows(const BitmapHandle &bitmap, std::uint32_t seed);
-// Every row through V_PutBitmapRow / V_GetBitmapRow, the bitmap locked for it.
+// Every row through V_PutBitmapRow / V_GetBitmapRow (each row read with a
+// guard zone after it), the bitmap locked for it.
 void write_rows(BitmapHandle &bitmap, const std::vector<std::uint8_t> &rows);
 std::vector<std::uint8_t> read_rows(BitmapHandle &bitmap);
 // Random bytes over the whole image, padding included, written with one
