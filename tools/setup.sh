@@ -5,7 +5,7 @@
 set -euo pipefail
 
 packages=(
-  cmake ninja-build g++ clang libclang-rt-14-dev pkg-config
+  cmake ninja-build g++ clang libclang-rt-14-dev pkg-config python3
   googletest libgtest-dev libbenchmark-dev
   g++-arm-linux-gnueabihf qemu-user
 )

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# The test command: native release build, the C99 check against the
-# installed library, an ASan+UBSan build, and the 32-bit ARM cross build
-# under qemu. Each stage's build and test output goes to a log under build/;
+# The test command: the structure check, native release build, the C99
+# check against the installed library, an ASan+UBSan build with short fuzz
+# runs, and the 32-bit ARM cross build under qemu. Each stage's build and test output goes to a log under build/;
 # the log is shown when the stage fails. Ends with the totals of every stage.
 set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
@@ -54,6 +54,9 @@ stage() {
   echo "$line"
 }
 
+step "0/4 structure: the boundary and the floors"
+python3 "$root/tools/check_structure.py"
+
 stage "1/4 native release" build/native -DCMAKE_BUILD_TYPE=Release -DVXKRN_BUILD_BENCH=OFF
 
 step "2/4 C99 check against the installed library"
@@ -64,8 +67,9 @@ summary+=("$(printf '%-36s %3d programs     - cases  %4ds' "2/4 C99 check (CMake
   $((SECONDS - begin)))")
 echo "${summary[-1]}"
 
-stage "3/4 ASan + UBSan (clang)" build/asan -DCMAKE_BUILD_TYPE=Debug -DVXKRN_SANITIZE=ON \
-  -DVXKRN_BUILD_BENCH=OFF -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++
+stage "3/4 ASan + UBSan (clang), fuzz runs" build/asan -DCMAKE_BUILD_TYPE=Debug \
+  -DVXKRN_SANITIZE=ON -DVXKRN_FUZZ=ON -DVXKRN_BUILD_BENCH=OFF -DCMAKE_C_COMPILER=clang \
+  -DCMAKE_CXX_COMPILER=clang++
 
 stage "4/4 32-bit ARM under qemu" build/arm -DCMAKE_BUILD_TYPE=Release \
   -DCMAKE_TOOLCHAIN_FILE="$root/cmake/arm-linux-gnueabihf.cmake"

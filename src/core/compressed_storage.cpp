@@ -153,21 +153,24 @@ ResultCode compressed_resize(BitmapHandle &bitmap, int32_t new_height) noexcept 
     }
   }
   if (needs > had) {
-    // Growing past the groups made at allocation adds groups.
-    auto *grown = static_cast<Table *>(
-        platform::heap_realloc(platform::Heap::System, table, table_bytes(needs)));
+    // Growing past the groups made at allocation adds groups, in a new table
+    // built aside: a failure leaves the record pointing at the old one.
+    auto *grown = static_cast<Table *>(platform::sys_alloc(table_bytes(needs)));
     if (!grown) return RC_NO_MEMORY;
-    table = grown;
-    bitmap.Storage = table;
-    bitmap.Data = reinterpret_cast<uint8_t *>(table);
+    std::memcpy(static_cast<void *>(grown), table, table_bytes(had));
     for (uint32_t g = had; g < needs; ++g) {
-      table->groups[g] = make_group(bitmap.Width, rows_in_group(new_height, g));
-      if (!table->groups[g]) {
+      grown->groups[g] = make_group(bitmap.Width, rows_in_group(new_height, g));
+      if (!grown->groups[g]) {
         for (uint32_t k = had; k < g; ++k)
-          free_group(table->groups[k]);
+          free_group(grown->groups[k]);
+        platform::sys_free(grown);
         return RC_NO_MEMORY;
       }
     }
+    platform::sys_free(table);
+    table = grown;
+    bitmap.Storage = table;
+    bitmap.Data = reinterpret_cast<uint8_t *>(table);
   }
   // Rows at and above the new height are freed; rows between the heights
   // (when growing) were never written or were freed by an earlier shrink.

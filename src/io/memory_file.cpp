@@ -64,9 +64,11 @@ int32_t memory_write(int32_t handle, const void *buffer, uint32_t count, void *u
   uint32_t n = file->capacity - file->position;
   if (count < n) n = count;
   if (n > INT32_MAX) n = INT32_MAX;
+  // A full block takes nothing; the file does not grow either.
+  if (n == 0) return 0;
   // Bytes between the old end and a write past it read as zeros, whatever
   // the block held there (a cut, a trim or a reallocation left them).
-  if (n && file->position > file->data_size)
+  if (file->position > file->data_size)
     std::memset(file->buffer + file->data_size, 0, file->position - file->data_size);
   std::memcpy(file->buffer + file->position, buffer, n);
   file->position += n;
