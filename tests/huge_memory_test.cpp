@@ -18,6 +18,7 @@ namespace hooks = vxkrn::testing;
 constexpr unsigned kRuntime = static_cast<unsigned>(vxkrn_test::Heap::Runtime);
 const uint32_t G = static_cast<uint32_t>(sysconf(_SC_PAGESIZE));
 
+// Open descriptors, and views still mapped from shared memory or from `dir`.
 int open_descriptors() {
   int n = 0;
   DIR *dir = opendir("/proc/self/fd");
@@ -26,8 +27,6 @@ int open_descriptors() {
   if (dir) closedir(dir);
   return n;
 }
-
-// Views still mapped from shared memory or from files in `dir`.
 int mapped_views(const std::string &dir) {
   std::ifstream maps("/proc/self/maps");
   int n = 0;
@@ -69,70 +68,50 @@ class HugeMemoryTest : public vxkrn_test::TempDirTest {
 TEST_F(HugeMemoryTest, PlainBlock) {
   HugeMemory *memory = V_AllocHugeMemory(1000);
   ASSERT_NE(memory, nullptr);
-  EXPECT_EQ(memory->Mapped, 0u);
-  EXPECT_EQ(memory->BlockSize, 1000u);
-  EXPECT_EQ(memory->BackingFile, -1);
+  EXPECT_TRUE(memory->Mapped == 0 && memory->BlockSize == 1000 && memory->BackingFile == -1);
   uint8_t *base = static_cast<uint8_t *>(memory->Address);
-  EXPECT_EQ(at(memory, 10, 5), base + 10);
   EXPECT_EQ(at(memory, 5000, 5), base + 5000) << "plain blocks are not bounds-checked";
   // The offset is the fill value, and filling starts at the block's start.
   std::memset(base, 0xEE, 4);
   EXPECT_EQ(V_ZeroHugeMemory(memory, 0x105, 3), RC_SUCCESS);
   EXPECT_EQ(std::string(base, base + 4), "\x05\x05\x05\xEE");
-  EXPECT_EQ(V_AccessHugeMemory(memory, nullptr, 0, 1), RC_INVALID_PARAMETER);
   V_FreeHugeMemory(memory);
-  void *p;
-  EXPECT_EQ(V_AccessHugeMemory(nullptr, &p, 0, 1), RC_INVALID_HANDLE);
-  EXPECT_EQ(V_ZeroHugeMemory(nullptr, 0, 1), RC_INVALID_HANDLE);
-  V_FreeHugeMemory(nullptr);
 }
 
+// Views of at most two pages: a view is halved until it maps, halving stops
+// at the length counted from the page start, and a range longer than any
+// view that maps fails and leaves no view. Accesses in the view move nothing.
 TEST_F(HugeMemoryTest, MappedBoundsAndViews) {
   const uint32_t size = 10 * G + 100;
   HugeMemory *memory = mapped(size);
   ASSERT_NE(memory, nullptr);
   EXPECT_TRUE(memory->Mapped == 1 && memory->Mapping >= 0 && memory->BackingFile == -1);
-  EXPECT_EQ(memory->Granularity, G);
-  EXPECT_EQ(memory->ViewSize, size) << "the first view reaches the end";
-  const struct {
-    uint32_t offset, length;
-    ResultCode rc;
-  } bounds[] = {{size - 10, 10, RC_SUCCESS}, {size - 10, 11, RC_INVALID_PARAMETER},
-                {size, 0, RC_SUCCESS},       {size, 1, RC_INVALID_PARAMETER},
-                {0, size, RC_SUCCESS},       {UINT32_MAX, 2, RC_INVALID_PARAMETER}};
+  EXPECT_TRUE(memory->Granularity == G && memory->ViewSize == size) << "the first view is whole";
+  const uint32_t bounds[][3] = {{size - 10, 10, 1}, {size - 10, 11, 0}, {size, 0, 1},
+                                {size, 1, 0},       {0, size, 1},       {UINT32_MAX, 2, 0}};
   void *p;
   for (const auto &b : bounds)
-    EXPECT_EQ(V_AccessHugeMemory(memory, &p, b.offset, b.length), b.rc) << b.offset;
+    EXPECT_EQ(V_AccessHugeMemory(memory, &p, b[0], b[1]), b[2] ? RC_SUCCESS : RC_INVALID_PARAMETER)
+        << b[0] << " + " << b[1];
   V_FreeHugeMemory(memory);
-
-  // With views of at most two pages, a view is halved until it maps; a range
-  // longer than any view that maps fails and leaves no view.
   hooks::fail_views_longer_than(2 * G);
   memory = mapped(size);
   ASSERT_NE(memory, nullptr);
   EXPECT_EQ(memory->ViewSize, size / 2 / 2 / 2);
   EXPECT_EQ(V_AccessHugeMemory(memory, &p, 0, 3 * G), RC_NO_MEMORY);
   EXPECT_EQ(memory->Address, nullptr);
-  const struct {
-    uint32_t offset, length, view_offset, view_size;
-    bool moves;
-  } views[] = {
-      {3 * G + 5, 10, 3 * G, (size - 3 * G) / 2 / 2, true},
-      {3 * G + 100, 200, 3 * G, (size - 3 * G) / 2 / 2, false},
-      {2 * G + 1, 1, 2 * G, (size - 2 * G) / 2 / 2 / 2, true},
-      {2 * G + 100, 10, 2 * G, (size - 2 * G) / 2 / 2 / 2, false},
-      {size - 1, 1, 10 * G, 100, true},
-      // Halving stops at the length, counted from the page start: this
-      // range ends one byte past the view.
-      {4 * G + 1, 2 * G, 4 * G, 2 * G, true},
-  };
+  const uint32_t views[][5] = {// offset, length, view offset, view size, moves
+                               {3 * G + 5, 10, 3 * G, (size - 3 * G) / 4, 1},
+                               {3 * G + 100, 200, 3 * G, (size - 3 * G) / 4, 0},
+                               {2 * G + 1, 1, 2 * G, (size - 2 * G) / 8, 1},
+                               {size - 1, 1, 10 * G, 100, 1},
+                               {4 * G + 1, 2 * G, 4 * G, 2 * G, 1}};
   for (const auto &v : views) {
     const unsigned maps = hooks::views_mapped();
-    ASSERT_EQ(V_AccessHugeMemory(memory, &p, v.offset, v.length), RC_SUCCESS) << v.offset;
-    EXPECT_EQ(memory->ViewOffset, v.view_offset) << v.offset;
-    EXPECT_EQ(memory->ViewSize, v.view_size) << v.offset;
-    EXPECT_EQ(p, static_cast<uint8_t *>(memory->Address) + (v.offset - v.view_offset));
-    EXPECT_EQ(hooks::views_mapped() - maps, v.moves ? 1u : 0u) << v.offset;
+    ASSERT_EQ(V_AccessHugeMemory(memory, &p, v[0], v[1]), RC_SUCCESS) << v[0];
+    EXPECT_TRUE(memory->ViewOffset == v[2] && memory->ViewSize == v[3]) << v[0];
+    EXPECT_EQ(p, static_cast<uint8_t *>(memory->Address) + (v[0] - v[2]));
+    EXPECT_EQ(hooks::views_mapped() - maps, v[4]) << v[0];
   }
   V_FreeHugeMemory(memory);
 }
@@ -140,25 +119,19 @@ TEST_F(HugeMemoryTest, MappedBoundsAndViews) {
 TEST_F(HugeMemoryTest, BytesSurviveViewMovesAndZeroing) {
   // Views limited from creation on (a first view needs a page), then to
   // `limit`: 16 bytes gives views that end before most offsets of their page.
-  const struct {
-    bool file_backed;
-    size_t limit;
-  } cases[] = {{false, 0}, {false, 2 * G}, {false, 16}, {true, 3 * G}};
-  for (const auto &c : cases) {
-    SCOPED_TRACE(::testing::Message() << "file " << c.file_backed << " limit " << c.limit);
-    hooks::fail_shared_memory(c.file_backed);
-    hooks::fail_views_longer_than(c.limit ? std::max<size_t>(c.limit, G) : 0);
+  const std::pair<bool, size_t> cases[] = {{false, 0}, {false, 2 * G}, {false, 16}, {true, 3 * G}};
+  for (auto [file_backed, limit] : cases) {
+    SCOPED_TRACE(::testing::Message() << "file " << file_backed << " limit " << limit);
+    hooks::fail_shared_memory(file_backed);
+    hooks::fail_views_longer_than(limit ? std::max<size_t>(limit, G) : 0);
     const uint32_t size = 8 * G + 50;
     HugeMemory *memory = mapped(size);
     ASSERT_NE(memory, nullptr);
-    EXPECT_EQ(memory->BackingFile >= 0, c.file_backed);
     const std::vector<std::string> files = leftover_files();
-    ASSERT_EQ(files.size(), c.file_backed ? 1u : 0u);
-    if (c.file_backed) {
-      EXPECT_EQ(memory->Mapping, memory->BackingFile);
-      EXPECT_EQ(vxkrn_test::file_size(dir_ + files[0]), size);
-    }
-    hooks::fail_views_longer_than(c.limit);
+    ASSERT_EQ(files.size(), file_backed ? 1u : 0u);
+    EXPECT_TRUE(!file_backed || (memory->Mapping == memory->BackingFile &&
+                                 vxkrn_test::file_size(dir_ + files[0]) == size));
+    hooks::fail_views_longer_than(limit);
     for (uint32_t o = 0; o < size; o += 61)
       *at(memory, o) = static_cast<uint8_t>(o % 251 + 1);
     // Zeroing crosses views; bytes outside the range keep their value.
@@ -171,26 +144,24 @@ TEST_F(HugeMemoryTest, BytesSurviveViewMovesAndZeroing) {
     *at(memory, size - 5) = 0x77;
     EXPECT_EQ(V_ZeroHugeMemory(memory, size - 5, 6), RC_INVALID_PARAMETER);
     EXPECT_EQ(*at(memory, size - 5), 0x77) << "nothing cleared";
-    EXPECT_EQ(V_ZeroHugeMemory(memory, size, 0), RC_SUCCESS);
     V_FreeHugeMemory(memory);
     EXPECT_TRUE(leftover_files().empty()) << "the backing file is deleted";
   }
 }
 
+// No shared memory and no temporary name, or no view that maps: null, and
+// nothing left behind.
 TEST_F(HugeMemoryTest, NoSectionOrNoViewGivesNull) {
-  // A temporary directory too deep to hold a temporary name.
   const std::string deep_name = make_too_deep_directory();
   const std::wstring deep = path(deep_name) + L"/";
-  const struct {
-    bool no_shared_memory, no_temp_name;
-    size_t view_limit;
-  } cases[] = {{true, true, 0}, {false, false, 1}, {true, false, 1}};
-  for (const auto &c : cases) {
-    hooks::fail_shared_memory(c.no_shared_memory);
-    hooks::fail_views_longer_than(c.view_limit);
-    ASSERT_EQ(V_SetTempDirectory(c.no_temp_name ? deep.c_str() : wdir_.c_str()), RC_SUCCESS);
-    EXPECT_EQ(mapped(4 * G), nullptr) << (&c - cases);
-    EXPECT_EQ(leftover_files(), std::vector<std::string>{deep_name}) << (&c - cases);
+  const std::tuple<bool, bool, size_t> cases[] = {
+      {true, true, 0}, {false, false, 1}, {true, false, 1}};
+  for (auto [no_shared_memory, no_temp_name, view_limit] : cases) {
+    hooks::fail_shared_memory(no_shared_memory);
+    hooks::fail_views_longer_than(view_limit);
+    ASSERT_EQ(V_SetTempDirectory(no_temp_name ? deep.c_str() : wdir_.c_str()), RC_SUCCESS);
+    EXPECT_EQ(mapped(4 * G), nullptr) << no_shared_memory << no_temp_name;
+    EXPECT_EQ(leftover_files(), std::vector<std::string>{deep_name});
   }
   use_directory();
   remove(deep_name);

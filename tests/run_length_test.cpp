@@ -1,5 +1,5 @@
-// Run-length records of 1-bit rows: exact bytes, the table-driven encoder
-// against a plain per-bit one, decoding, and the buffer functions.
+// Run-length records of 1-bit rows: the coders against a plain per-bit
+// encoder and decoder, hand-worked records, the buffer functions.
 #include <algorithm>
 #include <random>
 #include <vector>
@@ -11,21 +11,7 @@ namespace {
 
 using Bytes = std::vector<uint8_t>;
 using Words = std::vector<uint32_t>;
-using vxkrn::core::max_record_bytes;
-using vxkrn_test::get_pixel;
-using vxkrn_test::set_pixel;
-
-Bytes record_of(const Words &words) {
-  return vxkrn_test::make_record(words);
-}
-Bytes records_of(std::initializer_list<Words> rows) {
-  Bytes out;
-  for (const Words &words : rows) {
-    const Bytes one = record_of(words);
-    out.insert(out.end(), one.begin(), one.end());
-  }
-  return out;
-}
+using namespace vxkrn_test;
 
 // The encoder, one byte at a time with runs found bit by bit: the open word
 // starts at minus the bit offset, a byte's first run joins it when the
@@ -38,7 +24,7 @@ Words reference_encode(const uint8_t *source, unsigned first_bit, uint64_t count
   for (uint64_t byte = 0; byte * 8 < bits; ++byte) {
     std::vector<std::pair<int, int>> runs;  // colour, length
     for (uint64_t b = byte * 8; b < bits && b < byte * 8 + 8; ++b) {
-      const int pixel = b < first_bit ? 0 : get_pixel(source, 1, b);
+      const int pixel = b < first_bit ? 0 : int(get_pixel(source, 1, b));
       if (!runs.empty() && runs.back().first == pixel)
         ++runs.back().second;
       else
@@ -65,7 +51,7 @@ Words reference_encode(const uint8_t *source, unsigned first_bit, uint64_t count
 
 // V_CompressRow into a buffer of exactly the worst-case size; the record.
 Bytes compress(const Bytes &row, uint32_t column, uint32_t count) {
-  Bytes out(max_record_bytes(count));
+  Bytes out(vxkrn::core::max_record_bytes(count));
   EXPECT_EQ(V_CompressRow(out.data(), row.data(), column, count), int32_t(count));
   out.resize(vxkrn::core::record_bytes(out.data()));
   return out;
@@ -87,13 +73,15 @@ Bytes random_row(uint64_t width, double mean_run, uint32_t seed) {
 }
 
 // `count` pixels from `column` on, as the decoder writes them.
-Bytes slice(const Bytes &row, uint64_t width, uint64_t column, uint64_t count) {
+Bytes slice(const uint8_t *row, uint64_t width, uint64_t column, uint64_t count) {
   Bytes out((count + 7) / 8);
   for (uint64_t i = 0; i < count; ++i)
-    set_pixel(out.data(), 1, i, column + i < width ? get_pixel(row.data(), 1, column + i) : 0);
+    set_pixel(out.data(), 1, i, column + i < width ? get_pixel(row, 1, column + i) : 0);
   return out;
 }
 
+// Hand-worked records pin the rules the plain encoder shares with the code:
+// where long runs split, and how a partial first byte counts.
 TEST(RunLength, ExactRecords) {
   const Bytes zeros(10000, 0x00), ones(10000, 0xFF);
   Bytes high_then_zeros(8300, 0x00);
@@ -101,68 +89,51 @@ TEST(RunLength, ExactRecords) {
   Words alternating(33, 1);  // the worst case: a word per pixel and a leading 0
   alternating[0] = 0;
   const struct {
-    const char *name;
     Bytes row;
     uint32_t column, count;
     Words words;
   } cases[] = {
-      {"all zero", zeros, 0, 100, {100}},
-      {"all one", ones, 0, 100, {0, 100}},
-      {"first pixel one", {0x80, 0x00}, 0, 16, {0, 1, 15}},
-      {"twelve pixels", {0x0F, 0xE0}, 0, 12, {4, 7, 1}},
-      {"bits past the count ignored", {0x0F, 0xEF}, 0, 12, {4, 7, 1}},
-      {"partial last byte of ones", {0xFF, 0xFF}, 0, 13, {0, 13}},
-      {"alternating", Bytes(4, 0xAA), 0, 32, alternating},
-      {"alternating from column 1", Bytes(4, 0xAA), 1, 31, Words(31, 1)},
-      {"70000 ones", ones, 0, 70000, {0, 65528, 0, 4472}},
-      {"70000 zeros", zeros, 0, 70000, {65528, 0, 4472}},
-      {"65536 zeros", zeros, 0, 65536, {65528, 0, 8}},
-      {"a partial byte fits in the word", zeros, 0, 65529, {65529}},
-      {"zero run from bit 1 fills to 65535", high_then_zeros, 0, 8 * 8193, {0, 1, 65535, 0, 8}},
-      {"column 3 of 0xFF", {0xFF}, 3, 5, {0, 5}},
-      {"column 7, one pixel set", {0x01}, 7, 1, {0, 1}},
-      {"column 7, one pixel clear", {0xFE}, 7, 1, {1}},
-      {"column 5 into the next byte", {0x04, 0x3F}, 5, 6, {0, 1, 4, 1}},
-      {"column 5 of zero bytes", zeros, 5, 65600, {65531, 0, 69}},
-      {"no pixels", {0xFF}, 4, 0, {0}},
+      {ones, 0, 100, {0, 100}},
+      {{0x0F, 0xEF}, 0, 12, {4, 7, 1}},  // bits past the count ignored
+      {Bytes(4, 0xAA), 0, 32, alternating},
+      {ones, 0, 70000, {0, 65528, 0, 4472}},
+      {zeros, 0, 65536, {65528, 0, 8}},
+      {zeros, 0, 65529, {65529}},  // a partial byte fits in the word
+      {high_then_zeros, 0, 8 * 8193, {0, 1, 65535, 0, 8}},
+      {{0xFE}, 7, 1, {1}},
+      {{0x04, 0x3F}, 5, 6, {0, 1, 4, 1}},
+      {zeros, 5, 65600, {65531, 0, 69}},
+      {{0xFF}, 4, 0, {0}},
   };
   for (const auto &c : cases) {
-    SCOPED_TRACE(c.name);
-    const Bytes before = c.row;
-    EXPECT_EQ(compress(c.row, c.column, c.count), record_of(c.words));
-    EXPECT_EQ(c.row, before) << "the source is only read";
+    EXPECT_EQ(compress(c.row, c.column, c.count), make_record(c.words)) << (&c - cases);
+    EXPECT_EQ(reference_encode(c.row.data(), c.column, c.count), c.words) << (&c - cases);
   }
 }
 
+// Random rows of every run length at every bit offset, and runs crossing
+// 65528 and 65535 from every bit of a byte in either colour.
 TEST(RunLength, EncoderMatchesThePlainEncoder) {
-  const uint64_t widths[] = {1, 2, 7, 8, 9, 15, 31, 33, 64, 65, 100, 257, 2481, 70001, 200003};
-  const double mean_runs[] = {1.5, 4, 40, 3000, 100000};
   uint32_t seed = 1;
-  for (uint64_t width : widths) {
-    for (double mean : mean_runs) {
+  for (uint64_t width : {1, 2, 7, 8, 9, 15, 31, 33, 64, 65, 100, 257, 2481, 70001, 200003}) {
+    for (double mean : {1.5, 4.0, 40.0, 3000.0, 100000.0}) {
       const Bytes row = random_row(width + 7, mean, ++seed);
-      for (unsigned column = 0; column < 8; ++column) {
-        SCOPED_TRACE(::testing::Message() << width << " / " << mean << " / " << column);
+      for (unsigned column = 0; column < 8; ++column)
         ASSERT_EQ(compress(row, column + 8 * (seed % 3), uint32_t(width)),
-                  record_of(reference_encode(row.data(), column, width)));
-      }
+                  make_record(reference_encode(row.data(), column, width)))
+            << width << " / " << mean << " / " << column;
     }
   }
-}
-
-// Runs that cross 65528 and 65535 start at every bit of a byte and in either
-// colour; their words depend on where the whole bytes begin.
-TEST(RunLength, LongRunsAtEveryAlignment) {
   for (uint64_t length : {65527u, 65528u, 65535u, 65536u, 65543u, 131057u, 131071u, 196608u}) {
-    for (unsigned start = 0; start < 8; ++start) {
-      for (int colour : {0, 1}) {
-        const uint64_t width = 9 + start + length + 5;
+    for (unsigned start = 9; start < 17; ++start) {
+      for (bool colour : {false, true}) {
+        const uint64_t width = start + length + 5;
         Bytes row((width + 7) / 8);
         for (uint64_t i = 0; i < width; ++i)
-          set_pixel(row.data(), 1, i, (i >= 9 + start && i < 9 + start + length) == bool(colour));
-        SCOPED_TRACE(::testing::Message() << length << " from " << start << " colour " << colour);
-        const Words words = reference_encode(row.data(), 0, width);
-        ASSERT_EQ(compress(row, 0, uint32_t(width)), record_of(words));
+          set_pixel(row.data(), 1, i, (i >= start && i < start + length) == colour);
+        ASSERT_EQ(compress(row, 0, uint32_t(width)),
+                  make_record(reference_encode(row.data(), 0, width)))
+            << length << " from " << start << " colour " << colour;
       }
     }
   }
@@ -181,7 +152,8 @@ TEST(RunLength, DecodesAnyRangeOfTheRow) {
         ASSERT_EQ(V_ExpandRow(record.data(), got.data(), column, count), RC_SUCCESS);
         ASSERT_EQ(got.back(), 0xA5) << "wrote past (count + 7) / 8 bytes";
         got.pop_back();
-        ASSERT_EQ(got, slice(row, width, column, count)) << column << " + " << count;
+        ASSERT_EQ(got, slice(row.data(), width, column, count))
+            << width << " / " << mean << ": " << column << " + " << count;
       }
     }
   }
@@ -208,13 +180,13 @@ TEST(RunLength, DecoderEdges) {
       {"only empty runs", Words(200, 0), 0, 8, {}},
   };
   for (const auto &c : cases) {
-    SCOPED_TRACE(c.name);
-    const Bytes record = record_of(c.words);  // exact size: nothing past it is read
+    const Bytes record = make_record(c.words);  // exact size: nothing past it is read
     Bytes got(c.expected.empty() ? 2 : c.expected.size(), 0xFF);
     const Bytes before = got;
     ASSERT_EQ(V_ExpandRow(record.data(), got.data(), c.column, c.count),
-              c.expected.empty() ? RC_INVALID_PARAMETER : RC_SUCCESS);
-    EXPECT_EQ(got, c.expected.empty() ? before : c.expected);
+              c.expected.empty() ? RC_INVALID_PARAMETER : RC_SUCCESS)
+        << c.name;
+    EXPECT_EQ(got, c.expected.empty() ? before : c.expected) << c.name;
   }
   Bytes cleared(3, 0xFF);
   vxkrn::core::decode_runs(nullptr, 5, 0, 20, cleared.data());
@@ -224,13 +196,12 @@ TEST(RunLength, DecoderEdges) {
 // Whole rows take records of exactly their width; a bad record anywhere
 // refuses the call before any row is written.
 TEST(RunLength, ExpandRowsRefusesRecordsOfAnotherWidth) {
-  for (const auto &bad : vxkrn_test::bad_records_of_8_pixels()) {
-    SCOPED_TRACE(bad.what);
-    Bytes records = record_of({3, 5});
+  for (const auto &bad : bad_records_of_8_pixels()) {
+    Bytes records = make_record({3, 5});
     records.insert(records.end(), bad.record.begin(), bad.record.end());
     Bytes rows(8, 0x5A);
-    EXPECT_EQ(V_ExpandRows(records.data(), rows.data(), 8, 2), RC_INVALID_PARAMETER);
-    EXPECT_EQ(rows, Bytes(8, 0x5A));
+    EXPECT_EQ(V_ExpandRows(records.data(), rows.data(), 8, 2), RC_INVALID_PARAMETER) << bad.what;
+    EXPECT_EQ(rows, Bytes(8, 0x5A)) << bad.what;
   }
 }
 
@@ -247,87 +218,47 @@ struct Page {
     }
   }
   const uint8_t *row(uint32_t r) const { return plain.data() + r * stride; }
-  // Row r's pixels with the bits past the width cleared, as decoded.
-  Bytes pixels(uint32_t r) const { return slice(Bytes(row(r), row(r) + stride), width, 0, width); }
-  Bytes records() const { return vxkrn_test::compress_rows(plain, width, rows); }
+  Bytes records() const { return compress_rows(plain, width, rows); }
 };
 
-TEST(RunLength, RowsAtThePaddedStride) {
-  for (uint32_t width : {1u, 31u, 32u, 33u, 100u, 2481u}) {
-    SCOPED_TRACE(width);
-    const Page page(width, 6, width);
-    const Bytes records = page.records();
-    Bytes expected;
-    for (uint32_t r = 0; r < page.rows; ++r)
-      for (uint8_t b : record_of(reference_encode(page.row(r), 0, width)))
-        expected.push_back(b);
-    ASSERT_EQ(records, expected);
-    Bytes plain(page.plain.size(), 0x5A);
-    ASSERT_EQ(V_ExpandRows(records.data(), plain.data(), width, page.rows), RC_SUCCESS);
-    const size_t used = (width + 7) / 8;
-    for (uint32_t r = 0; r < page.rows; ++r) {
-      const uint8_t *got = plain.data() + r * page.stride;
-      EXPECT_EQ(Bytes(got, got + used), page.pixels(r));
-      EXPECT_EQ(Bytes(got + used, got + page.stride), Bytes(page.stride - used, 0x5A))
-          << "padding is left alone";
-    }
-  }
-  uint8_t untouched[8] = {7, 7, 7, 7, 7, 7, 7, 7};
-  EXPECT_EQ(V_CompressRows(untouched, untouched, 100, 0), RC_SUCCESS);
-  EXPECT_EQ(V_ExpandRows(untouched, untouched, 100, 0), RC_SUCCESS);
-  EXPECT_EQ(Bytes(untouched, untouched + 8), Bytes(8, 7));
-}
-
-TEST(RunLength, MirrorAndFlipExamples) {
-  const Bytes source = records_of({{0, 5}, {4, 7, 1}, {3, 5}, {0, 5, 2}, {0}, {6, 0, 2}});
-  Bytes got(source.size() + 2 * 6, 0xEE);
-  ASSERT_EQ(V_MirrorCompressedBuffer(source.data(), got.data(), 6), RC_SUCCESS);
-  const Bytes mirrored = records_of({{0, 5}, {1, 7, 4}, {0, 5, 3}, {2, 5}, {}, {2, 0, 6}});
-  EXPECT_EQ(Bytes(got.begin(), got.begin() + long(mirrored.size())), mirrored);
-  // Records of different lengths, reversed in a block of the same length.
-  std::fill(got.begin(), got.end(), 0xEE);
-  ASSERT_EQ(V_FlipCompressedBuffer(source.data(), got.data(), 3), RC_SUCCESS);
-  const Bytes flipped = records_of({{3, 5}, {4, 7, 1}, {0, 5}});
-  EXPECT_EQ(Bytes(got.begin(), got.begin() + long(flipped.size())), flipped);
-  EXPECT_EQ(got[flipped.size()], 0xEE);
-}
-
-// Mirror and flip of records give the records of the mirrored and flipped
-// rows, read back through the decoder.
-TEST(RunLength, MirrorAndFlipMatchThePlainRows) {
-  for (uint32_t width : {5u, 64u, 257u, 70001u}) {
+// Rows at the padded stride encode row by row and decode leaving the padding
+// alone; mirror and flip give the records of the mirrored and flipped rows.
+TEST(RunLength, RowsMirrorAndFlipMatchThePlainRows) {
+  for (uint32_t width : {1u, 5u, 31u, 32u, 33u, 64u, 257u, 2481u, 70001u}) {
     SCOPED_TRACE(width);
     const Page page(width, 5, 3 * width);
     const Bytes records = page.records();
-    Bytes mirrored(records.size() + 2 * page.rows), flipped(records.size());
+    const size_t used = (width + 7) / 8, stride = page.stride;
+    Bytes expected, plain(page.plain.size(), 0x5A), from_mirror(plain), from_flip(plain);
+    for (uint32_t r = 0; r < page.rows; ++r) {
+      const Bytes one = make_record(reference_encode(page.row(r), 0, width));
+      expected.insert(expected.end(), one.begin(), one.end());
+    }
+    ASSERT_EQ(records, expected);
+    Bytes mirrored(records.size() + 2 * page.rows), flipped(records.size() + 1, 0xEE);
     ASSERT_EQ(V_MirrorCompressedBuffer(records.data(), mirrored.data(), page.rows), RC_SUCCESS);
     ASSERT_EQ(V_FlipCompressedBuffer(records.data(), flipped.data(), page.rows), RC_SUCCESS);
-    Bytes from_mirror(page.plain.size()), from_flip(page.plain.size());
+    EXPECT_EQ(flipped.back(), 0xEE) << "flipped in a block of the same size";
+    ASSERT_EQ(V_ExpandRows(records.data(), plain.data(), width, page.rows), RC_SUCCESS);
     ASSERT_EQ(V_ExpandRows(mirrored.data(), from_mirror.data(), width, page.rows), RC_SUCCESS);
     ASSERT_EQ(V_ExpandRows(flipped.data(), from_flip.data(), width, page.rows), RC_SUCCESS);
     for (uint32_t r = 0; r < page.rows; ++r) {
-      const uint8_t *row = page.row(r);
-      Bytes reversed((width + 7) / 8);
+      Bytes reversed(used);
       for (uint32_t i = 0; i < width; ++i)
-        set_pixel(reversed.data(), 1, i, get_pixel(row, 1, width - 1 - i));
-      const uint8_t *m = from_mirror.data() + r * page.stride;
-      EXPECT_EQ(Bytes(m, m + reversed.size()), reversed) << r;
-      const uint8_t *f = from_flip.data() + (page.rows - 1 - r) * page.stride;
-      EXPECT_EQ(Bytes(f, f + reversed.size()), page.pixels(r)) << r;
+        set_pixel(reversed.data(), 1, i, get_pixel(page.row(r), 1, width - 1 - i));
+      const Bytes pixels = slice(page.row(r), width, 0, width);
+      const uint8_t *got = plain.data() + r * stride, *m = from_mirror.data() + r * stride;
+      const uint8_t *f = from_flip.data() + (page.rows - 1 - r) * stride;
+      EXPECT_EQ(Bytes(got, got + used), pixels) << r;
+      EXPECT_EQ(Bytes(got + used, got + stride), Bytes(stride - used, 0x5A)) << "padding, " << r;
+      EXPECT_EQ(Bytes(m, m + used), reversed) << r;
+      EXPECT_EQ(Bytes(f, f + used), pixels) << r;
     }
   }
-}
-
-TEST(RunLength, NullBuffers) {
-  uint8_t b[64] = {};
-  for (auto [x, y] : {std::pair<uint8_t *, uint8_t *>{nullptr, b}, {b, nullptr}}) {
-    EXPECT_EQ(V_CompressRow(x, y, 0, 8), RC_INVALID_PARAMETER);
-    EXPECT_EQ(V_CompressRows(x, y, 8, 1), RC_INVALID_PARAMETER);
-    EXPECT_EQ(V_ExpandRow(x, y, 0, 8), RC_INVALID_PARAMETER);
-    EXPECT_EQ(V_ExpandRows(x, y, 8, 1), RC_INVALID_PARAMETER);
-    EXPECT_EQ(V_MirrorCompressedBuffer(x, y, 1), RC_INVALID_PARAMETER);
-    EXPECT_EQ(V_FlipCompressedBuffer(x, y, 1), RC_INVALID_PARAMETER);
-  }
+  uint8_t b[8] = {7, 7, 7, 7, 7, 7, 7, 7};
+  EXPECT_EQ(V_CompressRows(b, b, 100, 0), RC_SUCCESS);
+  EXPECT_EQ(V_ExpandRows(b, b, 100, 0), RC_SUCCESS);
+  EXPECT_EQ(Bytes(b, b + 8), Bytes(8, 7)) << "no rows, no bytes";
   EXPECT_EQ(V_CompressRow(b, b, 0, 0x80000000u), RC_INVALID_PARAMETER) << "not an int32_t";
 }
 
@@ -339,14 +270,10 @@ TEST(RunLength, EncodersWriteNothingPastTheirRecords) {
     for (double mean : {1.2, 3.0, 40.0}) {
       SCOPED_TRACE(::testing::Message() << width << " / " << mean);
       const Page page(width, 3, uint32_t(width * mean));
-      const Bytes exact = page.records();
-      Bytes got(exact.size() + kGuard, 0xC3);
+      Bytes want = page.records(), got(want.size() + kGuard, 0xC3);
+      want.resize(got.size(), 0xC3);
       ASSERT_EQ(V_CompressRows(got.data(), page.plain.data(), width, page.rows), RC_SUCCESS);
-      EXPECT_EQ(got, [&] {
-        Bytes want = exact;
-        want.resize(exact.size() + kGuard, 0xC3);
-        return want;
-      }());
+      EXPECT_EQ(got, want);
       for (uint32_t column : {0u, 3u}) {
         const uint32_t count = width > column ? width - column : 0;
         const Bytes one = compress(Bytes(page.row(0), page.row(0) + page.stride), column, count);
