@@ -1,12 +1,13 @@
-// Pixels as colour values at every depth, on memory and disk storage:
-// round trips, agreement with the converter, and neighbours left alone.
+// Pixels as colour values at every depth, on memory and disk storage: against the
+// converter both ways, round trips, gray bit ranges, neighbours and alpha kept.
 #include <vector>
 
 #include "support/test_support.h"
 
 namespace {
 
-using vxkrn_test::read_image;
+using vxkrn_test::get_pixel;
+using vxkrn_test::OwnedBitmap;
 
 struct Depth {
   int bits, order;
@@ -15,127 +16,103 @@ struct Depth {
 // The 2-bit default palette of a bitmap repeats black, 16-bit colour words
 // lose their unused top bit, the matrix space and 16-bit samples are not
 // reached exactly from 8-bit colours.
-const Depth kDepths[] = {{1, 0, true},   {2, 0, false},  {3, 0, true},   {4, 0, true},
-                         {5, 0, true},   {6, 0, true},   {7, 0, true},   {8, 0, true},
-                         {12, 2, true},  {16, 0, false}, {16, 1, false}, {16, 2, true},
-                         {24, 0, true},  {24, 1, true},  {24, 5, false}, {32, 1, true},
-                         {48, 1, false}, {48, 5, false}, {64, 0, false}};
+// clang-format off
+const Depth kDepths[] = {{1, 0, true}, {2, 0, false}, {3, 0, true}, {4, 0, true}, {5, 0, true},
+    {6, 0, true}, {7, 0, true}, {8, 0, true}, {12, 2, true}, {16, 0, false}, {16, 1, false},
+    {16, 2, true}, {24, 0, true}, {24, 1, true}, {24, 5, false}, {32, 1, true}, {48, 1, false},
+    {48, 5, false}, {64, 0, false}};
+// clang-format on
 
 class PixelColor : public vxkrn_test::TempDirTest, public ::testing::WithParamInterface<int32_t> {
  protected:
-  void make(BitmapHandle &bm, const Depth &d) {
-    ASSERT_EQ(V_CreateBitmap(&bm, BITMAPHANDLE_SIZE, GetParam(), 13, 3, d.bits, d.order, nullptr, 0,
-                             nullptr, 0),
+  // 13 x 3 random pixels in the storage of the parameter.
+  BitmapHandle *make(OwnedBitmap &bm, int bits, int order) {
+    EXPECT_EQ(V_CreateBitmap(bm.get(), BITMAPHANDLE_SIZE, GetParam(), 13, 3, bits, order, nullptr,
+                             0, nullptr, 0),
               RC_SUCCESS);
-    V_AccessBitmap(&bm);
-    vxkrn_test::fill_random_image(bm, static_cast<uint32_t>(d.bits * 10 + d.order));
+    V_AccessBitmap(bm.get());
+    vxkrn_test::fill_random_image(bm.bm, static_cast<uint32_t>(bits * 10 + order));
+    return bm.get();
   }
 };
 
-TEST_P(PixelColor, WritingBackWhatWasReadChangesNothing) {
+TEST_P(PixelColor, AgreeWithTheConverter) {
   for (const Depth &d : kDepths) {
     SCOPED_TRACE(::testing::Message() << d.bits << " bits, order " << d.order);
-    vxkrn_test::OwnedBitmap bm;
-    make(bm.bm, d);
-    const std::vector<uint8_t> before = read_image(bm.bm);
-    for (int row = 0; row < 3; ++row) {
-      for (int column = 0; column < 13; ++column) {
-        const ColorValue color = V_GetPixelColor(bm.get(), row, column);
-        ASSERT_NE(color, PIXEL_COLOR_FAILED);
-        ASSERT_EQ(V_PutPixelColor(bm.get(), row, column, color), RC_SUCCESS);
-        const ColorValue again = V_GetPixelColor(bm.get(), row, column);
-        if (d.order != ORDER_MATRIX) {
-          EXPECT_EQ(again, color) << column;
-          continue;
-        }
+    OwnedBitmap owned;
+    BitmapHandle *bm = make(owned, d.bits, d.order);
+    const std::vector<uint8_t> before = vxkrn_test::read_image(*bm);
+    // Gray values are 16-bit levels of their own kind: gray pixels are taken
+    // to 16-bit gray, the others to 24-bit RGB.
+    const bool gray = d.order == ORDER_GRAY;
+    const int32_t as_bits = gray ? 16 : 24, as_order = gray ? ORDER_GRAY : ORDER_RGB;
+    const ColorValue kind = gray ? COLOR_KIND_GRAY << 24 : 0;
+    std::vector<uint8_t> row(static_cast<size_t>(bm->BytesPerLine) * 8 + 64);
+    for (int y = 0; y < 3; ++y) {
+      ASSERT_EQ(V_GetBitmapRow(bm, row.data(), y, bm->BytesPerLine), bm->BytesPerLine);
+      ASSERT_EQ(
+          V_ConvertBuffer(row.data(), 13, d.bits, as_bits, d.order, as_order, bm->Palette, nullptr),
+          RC_SUCCESS);
+      for (int x = 0; x < 13; ++x) {
+        const ColorValue color = V_GetPixelColor(bm, y, x);
+        EXPECT_EQ(color, kind | get_pixel(row.data(), as_bits, x)) << x;
+        ASSERT_EQ(V_PutPixelColor(bm, y, x, color), RC_SUCCESS);
         // The matrix space does not invert exactly: within a step or two.
-        for (int shift : {0, 8, 16})
-          EXPECT_NEAR(int(again >> shift & 0xFF), int(color >> shift & 0xFF), 2) << column;
+        const ColorValue again = V_GetPixelColor(bm, y, x);
+        for (int shift : {0, 8, 16, 24})
+          EXPECT_NEAR(int(again >> shift & 0xFF), int(color >> shift & 0xFF),
+                      d.order == ORDER_MATRIX ? 2 : 0)
+              << x;
       }
     }
-    if (d.bytes_kept) {
-      EXPECT_EQ(read_image(bm.bm), before);
-    }
-  }
-}
+    const std::vector<uint8_t> kept = vxkrn_test::read_image(*bm);
+    EXPECT_TRUE(!d.bytes_kept || kept == before);
 
-TEST_P(PixelColor, ColoursAgreeWithTheConverter) {
-  for (const Depth &d : kDepths) {
-    if (d.order == ORDER_GRAY) continue;
-    SCOPED_TRACE(::testing::Message() << d.bits << " bits, order " << d.order);
-    vxkrn_test::OwnedBitmap bm;
-    make(bm.bm, d);
-    std::vector<uint8_t> row(static_cast<size_t>(bm->BytesPerLine) * 8 + 64);
-    ASSERT_EQ(V_GetBitmapRow(bm.get(), row.data(), 1, bm->BytesPerLine), bm->BytesPerLine);
-    ASSERT_EQ(V_ConvertBuffer(row.data(), 13, d.bits, 24, d.order, ORDER_RGB, bm->Palette, nullptr),
-              RC_SUCCESS);
-    for (int column = 0; column < 13; ++column) {
-      const uint8_t *p = row.data() + 3 * column;
-      EXPECT_EQ(V_GetPixelColor(bm.get(), 1, column), uint32_t(p[0] | p[1] << 8 | p[2] << 16))
-          << column;
+    // A value written is the pixel the converter makes of it, with its alpha
+    // kept, and reads back as the converter takes it back; every other pixel
+    // keeps its bits. Gray goes into bits 4..11 of the pixel.
+    if (gray) {
+      bm->MinBit = 4;
+      bm->MaxBit = 11;
     }
-    // And a colour written is the colour the converter makes of it.
-    const ColorValue orange = 0x0040A0F0;
-    ASSERT_EQ(V_PutPixelColor(bm.get(), 2, 5, orange), RC_SUCCESS);
     uint8_t pixel[8] = {0xF0, 0xA0, 0x40};
-    V_ConvertBuffer(pixel, 1, 24, d.bits, ORDER_RGB, d.order, nullptr, bm->Palette);
-    V_ConvertBuffer(pixel, 1, d.bits, 24, d.order, ORDER_RGB, bm->Palette, nullptr);
-    EXPECT_EQ(V_GetPixelColor(bm.get(), 2, 5), uint32_t(pixel[0] | pixel[1] << 8 | pixel[2] << 16));
+    ASSERT_EQ(V_PutPixelColor(bm, 2, 5, kind | get_pixel(pixel, as_bits, 0)), RC_SUCCESS);
+    ASSERT_EQ(V_ConvertBufferExt(pixel, 1, as_bits, d.bits, as_order, d.order, nullptr, bm->Palette,
+                                 gray ? CVT_DST_BITS : 0, 4, 11),
+              RC_SUCCESS);
+    const uint64_t written = get_pixel(pixel, d.bits, 0);
+    ASSERT_EQ(V_ConvertBufferExt(pixel, 1, d.bits, as_bits, d.order, as_order, bm->Palette, nullptr,
+                                 gray ? CVT_SRC_BITS : 0, 4, 11),
+              RC_SUCCESS);
+    EXPECT_EQ(V_GetPixelColor(bm, 2, 5), kind | get_pixel(pixel, as_bits, 0));
+    const std::vector<uint8_t> now = vxkrn_test::read_image(*bm);
+    const uint64_t alpha = d.bits == 32 ? 0xFF000000u : d.bits == 64 ? 0xFFFFull << 48 : 0;
+    for (size_t y = 0; y < 3; ++y) {
+      for (uint64_t x = 0; x < 13; ++x) {
+        const size_t at = y * static_cast<size_t>(bm->BytesPerLine);
+        const uint64_t was = get_pixel(&kept[at], d.bits, x);
+        const uint64_t want = y == 2 && x == 5 ? (written & ~alpha) | (was & alpha) : was;
+        EXPECT_EQ(get_pixel(&now[at], d.bits, x), want) << y << ", " << x;
+      }
+    }
   }
 }
 
-TEST_P(PixelColor, NeighboursAlphaAndFailures) {
-  vxkrn_test::OwnedBitmap bm;
-  make(bm.bm, Depth{3, 0, true});
-  std::vector<uint8_t> before = read_image(bm.bm);
-  ASSERT_EQ(V_PutPixelColor(bm.get(), 1, 6, (COLOR_KIND_INDEX << 24) | 5), RC_SUCCESS);
-  EXPECT_EQ(V_GetPixelColor(bm.get(), 1, 6), 0xFF00FFu) << "entry 5: red and blue";
-  std::vector<uint8_t> after = read_image(bm.bm);
-  int changed_bits = 0;
-  for (size_t i = 0; i < after.size(); ++i)
-    changed_bits += __builtin_popcount(unsigned(after[i] ^ before[i]));
-  EXPECT_LE(changed_bits, 3) << "only the pixel's three bits";
+TEST_P(PixelColor, IndicesAndRefusals) {
+  OwnedBitmap indexed, rgba, gray16, gray32;
+  BitmapHandle *bm = make(indexed, 3, 0), *colour = make(rgba, 32, ORDER_BGR);
+  ASSERT_EQ(V_PutPixelColor(bm, 1, 6, (COLOR_KIND_INDEX << 24) | 5), RC_SUCCESS);
+  EXPECT_EQ(V_GetPixelColor(bm, 1, 6), 0xFF00FFu) << "entry 5: red and blue";
+  BitmapHandle *gray = make(gray16, 16, ORDER_GRAY);
+  ASSERT_EQ(V_PutPixelColor(gray, 0, 2, 0x00FFFFFF), RC_SUCCESS) << "white as a colour";
+  EXPECT_EQ(V_GetPixelColor(gray, 0, 2), (COLOR_KIND_GRAY << 24) | 0xFFFF);
 
-  vxkrn_test::OwnedBitmap rgba;
-  make(rgba.bm, Depth{32, ORDER_BGR, true});
-  uint8_t pixel[4];
-  V_GetPixelData(rgba.get(), pixel, 0, 3, 4);
-  ASSERT_EQ(V_PutPixelColor(rgba.get(), 0, 3, 0x00112233), RC_SUCCESS);
-  uint8_t written[4];
-  V_GetPixelData(rgba.get(), written, 0, 3, 4);
-  EXPECT_EQ(written[0], 0x11) << "blue first";
-  EXPECT_EQ(written[2], 0x33);
-  EXPECT_EQ(written[3], pixel[3]) << "alpha kept";
-
-  EXPECT_EQ(V_GetPixelColor(bm.get(), 3, 0), PIXEL_COLOR_FAILED) << "row = Height";
-  EXPECT_EQ(V_GetPixelColor(bm.get(), 0, -1), PIXEL_COLOR_FAILED);
-  EXPECT_EQ(V_GetPixelColor(nullptr, 0, 0), PIXEL_COLOR_FAILED);
-  EXPECT_EQ(V_PutPixelColor(bm.get(), 0, 13, 0), RC_INVALID_PARAMETER);
-  EXPECT_EQ(V_PutPixelColor(bm.get(), 0, 0, (COLOR_KIND_INDEX << 24) | 8), RC_INVALID_PARAMETER);
-  EXPECT_EQ(V_PutPixelColor(bm.get(), 0, 0, 0x02000000), RC_INVALID_PARAMETER);
-  EXPECT_EQ(V_PutPixelColor(rgba.get(), 0, 0, (COLOR_KIND_INDEX << 24) | 1), RC_INVALID_PARAMETER);
-  EXPECT_EQ(V_PutPixelColor(nullptr, 0, 0, 0), RC_INVALID_BITMAP);
-}
-
-TEST_P(PixelColor, GrayValuesThroughTheActiveDescription) {
-  vxkrn_test::OwnedBitmap bm;
-  make(bm.bm, Depth{16, ORDER_GRAY, true});
-  const ColorValue gray = COLOR_KIND_GRAY << 24;
-  ASSERT_EQ(V_PutPixelColor(bm.get(), 0, 0, gray | 0xFFFF), RC_SUCCESS);
-  uint8_t raw[2];
-  V_GetPixelData(bm.get(), raw, 0, 0, 2);
-  EXPECT_EQ(raw[0] | raw[1] << 8, 0xFFFF);
-  bm->MinBit = 4;  // the value sits in bits 4..11
-  bm->MaxBit = 11;
-  ASSERT_EQ(V_PutPixelColor(bm.get(), 0, 1, gray | 0x8080), RC_SUCCESS);
-  V_GetPixelData(bm.get(), raw, 0, 1, 2);
-  EXPECT_EQ(raw[0] | raw[1] << 8, 0x80 << 4);
-  EXPECT_EQ(V_GetPixelColor(bm.get(), 0, 1), gray | 0x8080);
-  ASSERT_EQ(V_PutPixelColor(bm.get(), 0, 2, 0x00FFFFFF), RC_SUCCESS) << "white as a colour";
-  EXPECT_EQ(V_GetPixelColor(bm.get(), 0, 2), gray | 0xFFFF);
-  vxkrn_test::OwnedBitmap wide;
-  make(wide.bm, Depth{32, ORDER_GRAY, true});
-  EXPECT_EQ(V_GetPixelColor(wide.get(), 0, 0), PIXEL_COLOR_FAILED);
+  EXPECT_EQ(V_GetPixelColor(make(gray32, 32, ORDER_GRAY), 0, 0), PIXEL_COLOR_FAILED);
+  EXPECT_EQ(V_GetPixelColor(bm, 3, 0), PIXEL_COLOR_FAILED) << "row = Height";
+  EXPECT_EQ(V_PutPixelColor(bm, 0, 13, 0), RC_INVALID_PARAMETER);
+  EXPECT_EQ(V_PutPixelColor(bm, 0, 0, (COLOR_KIND_INDEX << 24) | 8), RC_INVALID_PARAMETER);
+  EXPECT_EQ(V_PutPixelColor(bm, 0, 0, 0x02000000), RC_INVALID_PARAMETER) << "unknown kind";
+  EXPECT_EQ(V_PutPixelColor(colour, 0, 0, (COLOR_KIND_INDEX << 24) | 1), RC_INVALID_PARAMETER);
 }
 
 INSTANTIATE_TEST_SUITE_P(BothKinds, PixelColor, ::testing::Values(MEM_NO_DISK, MEM_DISK));

@@ -1,18 +1,16 @@
-// The plain converter model: decode everything, apply one rule per domain
-// pair, encode into a copy. Each helper does one thing so that it can be
-// checked against docs/color.md by eye.
+// Each helper of the model does one thing, to be checked against docs/color.md by eye.
 #include "support/convert_reference.h"
 
 #include <algorithm>
 #include <cstring>
 #include <stdexcept>
 
+#include "support/test_support.h"
+
 namespace vxkrn_test {
 namespace {
 
 using Bytes = std::vector<uint8_t>;
-
-constexpr ResultCode kRejected = RC_INVALID_PARAMETER;
 
 int64_t depth_of(int32_t bits) {
   return bits == 0 ? 8 : bits;
@@ -21,20 +19,11 @@ int64_t depth_of(int32_t bits) {
 // The format table: which orders each depth takes.
 bool accepted(int32_t bits, int32_t order) {
   if (bits >= 0 && bits <= 8) return true;  // the order is ignored
-  switch (bits) {
-    case 12:
-      return order == ORDER_GRAY;
-    case 16:
-    case 32:
-      return order == ORDER_RGB || order == ORDER_BGR || order == ORDER_GRAY;
-    case 24:
-    case 48:
-      return order == ORDER_RGB || order == ORDER_BGR || order == ORDER_MATRIX;
-    case 64:
-      return order == ORDER_RGB || order == ORDER_BGR;
-    default:
-      return false;
-  }
+  const bool colour = order == ORDER_RGB || order == ORDER_BGR;
+  if (bits == 12) return order == ORDER_GRAY;
+  if (bits == 16 || bits == 32) return colour || order == ORDER_GRAY;
+  if (bits == 24 || bits == 48) return colour || order == ORDER_MATRIX;
+  return bits == 64 && colour;
 }
 
 enum class Domain { Palette, Gray, Colour };
@@ -52,13 +41,6 @@ bool in_matrix_space(int32_t bits, int32_t order) {
   return (bits == 24 || bits == 48) && order == ORDER_MATRIX;
 }
 
-// Where a gray value sits in its pixel: n bits from bit `low` up.
-struct GrayBits {
-  uint32_t low = 0;
-  uint32_t n = 8;
-  uint64_t mask() const { return (uint64_t{1} << n) - 1; }
-};
-
 // A source pixel once read.
 struct Pixel {
   uint32_t index = 0;  // palette formats
@@ -75,87 +57,14 @@ struct Rgb {
   uint32_t red, green, blue;
 };
 
-// Packed rows are one bit stream, most significant bit of byte 0 first.
-uint32_t get_packed(const Bytes &b, uint64_t i, int32_t bits) {
-  uint32_t value = 0;
-  for (int32_t k = 0; k < bits; ++k) {
-    const uint64_t p = i * bits + k;
-    value = value << 1 | ((b[p / 8] >> (7 - p % 8)) & 1u);
-  }
-  return value;
+// Pixels are read and written through the plain pixel layout of test_support
+// (get_pixel, set_pixel); gray8 pixels are 8-bit ones.
+uint64_t get(const Bytes &b, int32_t bits, uint64_t i) {
+  return get_pixel(b.data(), static_cast<int>(depth_of(bits)), i);
 }
 
-void put_packed(Bytes &b, uint64_t i, int32_t bits, uint32_t value) {
-  for (int32_t k = 0; k < bits; ++k) {
-    const uint64_t p = i * bits + k;
-    const uint8_t bit = static_cast<uint8_t>(0x80u >> (p % 8));
-    if ((value >> (bits - 1 - k)) & 1u)
-      b[p / 8] |= bit;
-    else
-      b[p / 8] &= static_cast<uint8_t>(~bit);
-  }
-}
-
-uint64_t get_le(const Bytes &b, uint64_t at, int count) {
-  uint64_t value = 0;
-  for (int k = count - 1; k >= 0; --k)
-    value = value << 8 | b[at + k];
-  return value;
-}
-
-void put_le(Bytes &b, uint64_t at, int count, uint64_t value) {
-  for (int k = 0; k < count; ++k)
-    b[at + k] = static_cast<uint8_t>(value >> (8 * k));
-}
-
-// Two 12-bit pixels in three bytes: the even one is byte 0 plus the low
-// nibble of byte 1 as its top bits, the odd one the high nibble of byte 1 as
-// its low bits plus byte 2.
-uint32_t get12(const Bytes &b, uint64_t i) {
-  const uint64_t g = 3 * (i / 2);
-  if (i % 2 == 0) return b[g] | (b[g + 1] & 0x0Fu) << 8;
-  return b[g + 1] >> 4 | uint32_t{b[g + 2]} << 4;
-}
-
-void put12(Bytes &b, uint64_t i, uint32_t value) {
-  const uint64_t g = 3 * (i / 2);
-  if (i % 2 == 0) {
-    b[g] = static_cast<uint8_t>(value);
-    b[g + 1] = static_cast<uint8_t>((b[g + 1] & 0xF0u) | (value >> 8 & 0x0Fu));
-  } else {
-    b[g + 1] = static_cast<uint8_t>((b[g + 1] & 0x0Fu) | (value & 0x0Fu) << 4);
-    b[g + 2] = static_cast<uint8_t>(value >> 4);
-  }
-}
-
-uint64_t get_gray(const Bytes &b, uint64_t i, int32_t bits) {
-  switch (bits) {
-    case 0:
-      return b[i];
-    case 12:
-      return get12(b, i);
-    case 16:
-      return get_le(b, 2 * i, 2);
-    default:
-      return get_le(b, 4 * i, 4);
-  }
-}
-
-void put_gray(Bytes &b, uint64_t i, int32_t bits, uint64_t value) {
-  switch (bits) {
-    case 0:
-      b[i] = static_cast<uint8_t>(value);
-      break;
-    case 12:
-      put12(b, i, static_cast<uint32_t>(value));
-      break;
-    case 16:
-      put_le(b, 2 * i, 2, value);
-      break;
-    default:
-      put_le(b, 4 * i, 4, value);
-      break;
-  }
+void put(Bytes &b, int32_t bits, uint64_t i, uint64_t value) {
+  set_pixel(b.data(), static_cast<int>(depth_of(bits)), i, value);
 }
 
 uint32_t widen5(uint32_t c) {
@@ -170,23 +79,15 @@ uint32_t gray8_of(const Rgb &c) {
 Pixel read_colour(const Bytes &b, uint64_t i, int32_t bits, int32_t order) {
   Pixel p;
   uint32_t c[4] = {};
-  switch (bits) {
-    case 16: {
-      const uint64_t word = get_le(b, 2 * i, 2);  // bit 15 is not part of the colour
-      for (int k = 0; k < 3; ++k)
-        c[k] = widen5(static_cast<uint32_t>(word >> (5 * k)) & 31u);
-      break;
-    }
-    case 24:
-    case 32:
-      for (int k = 0; k < bits / 8; ++k)
-        c[k] = b[i * (bits / 8) + k];
-      break;
-    default:  // 48, 64
-      p.deep = true;
-      for (int k = 0; k < bits / 16; ++k)
-        c[k] = static_cast<uint32_t>(get_le(b, i * (bits / 8) + 2 * k, 2));
-      break;
+  const uint64_t v = get(b, bits, i);
+  if (bits == 16) {  // bit 15 is not part of the colour
+    for (int k = 0; k < 3; ++k)
+      c[k] = widen5(static_cast<uint32_t>(v >> (5 * k)) & 31u);
+  } else {  // components of one byte, or of two on 48 and 64 bits
+    p.deep = bits >= 48;
+    const int size = p.deep ? 16 : 8;
+    for (int k = 0; k < bits / size; ++k)
+      c[k] = static_cast<uint32_t>(v >> (size * k) & ((1u << size) - 1));
   }
   const bool rgb = order == ORDER_RGB;
   p.red = rgb ? c[0] : c[2];
@@ -224,38 +125,27 @@ void enter_matrix_space(Rgb &c, uint32_t top) {
 void write_colour(Bytes &b, uint64_t i, int32_t bits, int32_t order, const Rgb &c, uint32_t alpha) {
   const bool rgb = order == ORDER_RGB;
   const uint32_t v[4] = {rgb ? c.red : c.blue, c.green, rgb ? c.blue : c.red, alpha};
-  switch (bits) {
-    case 16:  // bit 15 stays zero
-      put_le(b, 2 * i, 2, v[0] >> 3 | (v[1] >> 3) << 5 | (v[2] >> 3) << 10);
-      break;
-    case 24:
-    case 32:
-      for (int k = 0; k < bits / 8; ++k)
-        b[i * (bits / 8) + k] = static_cast<uint8_t>(v[k]);
-      break;
-    default:  // 48, 64
-      for (int k = 0; k < bits / 16; ++k)
-        put_le(b, i * (bits / 8) + 2 * k, 2, v[k]);
-      break;
+  uint64_t pixel = 0;
+  if (bits == 16) {  // the top 5 bits of each component; bit 15 stays zero
+    pixel = v[0] >> 3 | (v[1] >> 3) << 5 | (v[2] >> 3) << 10;
+  } else {  // components of one byte, or of two on 48 and 64 bits
+    const int size = bits >= 48 ? 16 : 8;
+    for (int k = 0; k < bits / size; ++k)
+      pixel |= uint64_t{v[k]} << (size * k);
   }
+  put(b, bits, i, pixel);
 }
 
 // The source pixel as 8-bit components: a palette entry, a gray level three
 // times, or a colour (16-bit samples by their high bytes).
 Rgb components8(const Pixel &p, Domain from, const PaletteEntry *palette) {
-  switch (from) {
-    case Domain::Palette: {
-      const PaletteEntry &e = palette[p.index];
-      return {e.Red, e.Green, e.Blue};
-    }
-    case Domain::Gray: {
-      const uint32_t g = static_cast<uint32_t>(p.wide ? p.v * 255 / p.s : p.v);
-      return {g, g, g};
-    }
-    default:
-      if (p.deep) return {p.red >> 8, p.green >> 8, p.blue >> 8};
-      return {p.red, p.green, p.blue};
+  if (from == Domain::Palette) {
+    const PaletteEntry &e = palette[p.index];
+    return {e.Red, e.Green, e.Blue};
   }
+  const uint32_t g = static_cast<uint32_t>(p.wide ? p.v * 255 / p.s : p.v), shift = p.deep ? 8 : 0;
+  if (from == Domain::Gray) return {g, g, g};
+  return {p.red >> shift, p.green >> shift, p.blue >> shift};
 }
 
 // The source pixel as 16-bit samples.
@@ -330,40 +220,26 @@ ResultCode reference_convert(Bytes &buffer, uint32_t width, int32_t src_bits, in
                              int32_t src_order, int32_t dst_order, const PaletteEntry *src_palette,
                              const PaletteEntry *dst_palette, int32_t flags, int32_t low_bit,
                              int32_t high_bit) {
-  // Validation, in order; nothing is written before it is over.
-  if (width == 0) return kRejected;
-  if (src_order == ORDER_GRAY)
-    flags |= CVT_SRC_GRAY;
-  else
-    flags &= ~(CVT_SRC_GRAY | CVT_SRC_BITS);
-  if (dst_order == ORDER_GRAY)
-    flags |= CVT_DST_GRAY;
-  else
-    flags &= ~CVT_DST_GRAY;
-  if ((flags & CVT_SRC_BITS) && (flags & CVT_DST_BITS)) return kRejected;
-  if ((flags & CVT_DST_BITS) && dst_order != ORDER_GRAY) return kRejected;
-  if (src_bits == 12 && src_order != ORDER_GRAY) return kRejected;
-  if (dst_bits == 12 && dst_order != ORDER_GRAY) return kRejected;
-  const auto whole_pixel = [&](int32_t bits) {
-    return low_bit < 1 && (high_bit < 0 || high_bit == depth_of(bits) - 1);
-  };
-  if (flags & CVT_SRC_BITS) {
-    if (whole_pixel(src_bits)) flags &= ~CVT_SRC_BITS;
-  } else if ((flags & CVT_DST_BITS) && whole_pixel(dst_bits)) {
-    flags &= ~CVT_DST_BITS;
-  }
-  if (!accepted(src_bits, src_order) || !accepted(dst_bits, dst_order)) return kRejected;
-  GrayBits src_gray{0, static_cast<uint32_t>(depth_of(src_bits))};
-  GrayBits dst_gray{0, static_cast<uint32_t>(depth_of(dst_bits))};
-  const bool src_range = (flags & CVT_SRC_BITS) != 0;
-  if (flags & (CVT_SRC_BITS | CVT_DST_BITS)) {
-    const int64_t bits = depth_of(src_range ? src_bits : dst_bits);
-    const int64_t low = std::max<int64_t>(low_bit, 0);
-    const int64_t high = high_bit < 0 ? bits - 1 : high_bit;
-    if (high > bits - 1 || low > high) return kRejected;
-    GrayBits &range = src_range ? src_gray : dst_gray;
-    range = {static_cast<uint32_t>(low), static_cast<uint32_t>(high - low + 1)};
-  }
+  // Validation: nothing is written unless it all passes.
+  if (width == 0 || !accepted(src_bits, src_order) || !accepted(dst_bits, dst_order))
+    return RC_INVALID_PARAMETER;
+  if (src_order != ORDER_GRAY) flags &= ~CVT_SRC_BITS;  // the orders decide the gray flags
+  if ((flags & CVT_SRC_BITS) && (flags & CVT_DST_BITS)) return RC_INVALID_PARAMETER;
+  if ((flags & CVT_DST_BITS) && dst_order != ORDER_GRAY) return RC_INVALID_PARAMETER;
+  const bool src_side = (flags & CVT_SRC_BITS) != 0;
+  const int64_t depth = depth_of(src_side ? src_bits : dst_bits);
+  const int64_t low = std::max<int64_t>(low_bit, 0), high = high_bit < 0 ? depth - 1 : high_bit;
+  // A range of the whole pixel is no range; any other must lie in the pixel.
+  const bool ranged = (flags & (CVT_SRC_BITS | CVT_DST_BITS)) && (low != 0 || high != depth - 1);
+  if (ranged && (high > depth - 1 || low > high)) return RC_INVALID_PARAMETER;
+  const bool src_range = ranged && src_side;
+  // Where each side's gray value sits: `n` bits from bit `shift` up.
+  const bool dst_range = ranged && !src_side;
+  const uint32_t range_n = static_cast<uint32_t>(high - low + 1);
+  const uint32_t src_shift = src_range ? static_cast<uint32_t>(low) : 0;
+  const uint32_t src_n = src_range ? range_n : static_cast<uint32_t>(depth_of(src_bits));
+  const uint32_t dst_shift = dst_range ? static_cast<uint32_t>(low) : 0;
+  const uint32_t dst_n = dst_range ? range_n : static_cast<uint32_t>(depth_of(dst_bits));
 
   if (buffer.size() <
       std::max(reference_row_bytes(width, src_bits), reference_row_bytes(width, dst_bits)))
@@ -385,41 +261,25 @@ ResultCode reference_convert(Bytes &buffer, uint32_t width, int32_t src_bits, in
   std::vector<Pixel> pixels(width);
   for (uint32_t i = 0; i < width; ++i) {
     Pixel &p = pixels[i];
-    switch (from) {
-      case Domain::Palette:
-        p.index = get_packed(buffer, i, src_bits);
-        break;
-      case Domain::Gray: {
-        const uint64_t raw = get_gray(buffer, i, src_bits);
-        if (src_bits == 0 && !src_range) {
-          p.v = raw;
-        } else {
-          p.wide = true;
-          p.s = src_gray.mask();
-          p.v = raw >> src_gray.low & p.s;
-        }
-        break;
-      }
-      case Domain::Colour:
-        p = read_colour(buffer, i, src_bits, src_order);
-        if (inverse) leave_matrix_space(p);
-        break;
+    if (from == Domain::Palette) {
+      p.index = static_cast<uint32_t>(get(buffer, src_bits, i));
+    } else if (from == Domain::Colour) {
+      p = read_colour(buffer, i, src_bits, src_order);
+      if (inverse) leave_matrix_space(p);
+    } else if (src_bits == 0 && !src_range) {
+      p.v = get(buffer, src_bits, i);
+    } else {
+      p.wide = true;
+      p.s = (uint64_t{1} << src_n) - 1;
+      p.v = get(buffer, src_bits, i) >> src_shift & p.s;
     }
   }
 
-  // Palette to palette goes through a table of the source entries.
-  std::vector<uint32_t> index_map;
-  if (from == Domain::Palette && to == Domain::Palette) {
-    const bool identity =
-        dst_count >= src_count &&
-        std::memcmp(src_palette, dst_palette, src_count * sizeof(PaletteEntry)) == 0;
-    for (uint32_t i = 0; i < src_count; ++i) {
-      const PaletteEntry &e = src_palette[i];
-      index_map.push_back(identity ? i
-                                   : static_cast<uint32_t>(reference_find_palette_index(
-                                         dst_palette, dst_count, e.Red, e.Green, e.Blue)));
-    }
-  }
+  // Palette to palette keeps the indices when the destination palette starts
+  // with the source's entries, reserved bytes included.
+  const bool same_indices =
+      from == Domain::Palette && to == Domain::Palette && dst_count >= src_count &&
+      std::memcmp(src_palette, dst_palette, src_count * sizeof(PaletteEntry)) == 0;
 
   // Encode into a copy, so that bits outside the destination row keep their values.
   Bytes out = buffer;
@@ -427,33 +287,22 @@ ResultCode reference_convert(Bytes &buffer, uint32_t width, int32_t src_bits, in
   const bool fill_alpha = (flags & (CVT_ALPHA_FILL | CVT_ALPHA_SET)) != 0;
   for (uint32_t i = 0; i < width; ++i) {
     const Pixel &p = pixels[i];
-    switch (to) {
-      case Domain::Palette: {
-        uint32_t index;
-        if (from == Domain::Palette) {
-          index = index_map[p.index];
-        } else {
-          const Rgb c = components8(p, from, src_palette);
-          index = static_cast<uint32_t>(
-              reference_find_palette_index(dst_palette, dst_count, c.red, c.green, c.blue));
-        }
-        put_packed(out, i, dst_bits, index);
-        break;
-      }
-      case Domain::Gray:
-        put_gray(out, i, dst_bits, gray_value(p, from, src_palette, dst_gray.n) << dst_gray.low);
-        break;
-      case Domain::Colour: {
-        Rgb c = deep_dst ? samples16(p, from, src_palette) : components8(p, from, src_palette);
-        if (forward) enter_matrix_space(c, deep_dst ? 0xFFFF : 0xFF);
-        uint32_t alpha = 0;
-        if (p.has_alpha)
-          alpha = p.deep == deep_dst ? p.alpha : deep_dst ? p.alpha * 257 : p.alpha >> 8;
-        else if (fill_alpha)
-          alpha = deep_dst ? 0xFFFF : 0xFF;
-        write_colour(out, i, dst_bits, dst_order, c, alpha);
-        break;
-      }
+    if (to == Domain::Palette) {
+      const Rgb c = components8(p, from, src_palette);
+      const int32_t nearest =
+          reference_find_palette_index(dst_palette, dst_count, c.red, c.green, c.blue);
+      put(out, dst_bits, i, same_indices ? p.index : static_cast<uint32_t>(nearest));
+    } else if (to == Domain::Gray) {
+      put(out, dst_bits, i, gray_value(p, from, src_palette, dst_n) << dst_shift);
+    } else {
+      Rgb c = deep_dst ? samples16(p, from, src_palette) : components8(p, from, src_palette);
+      if (forward) enter_matrix_space(c, deep_dst ? 0xFFFF : 0xFF);
+      uint32_t alpha = 0;
+      if (p.has_alpha)
+        alpha = p.deep == deep_dst ? p.alpha : deep_dst ? p.alpha * 257 : p.alpha >> 8;
+      else if (fill_alpha)
+        alpha = deep_dst ? 0xFFFF : 0xFF;
+      write_colour(out, i, dst_bits, dst_order, c, alpha);
     }
   }
   buffer = out;

@@ -1,8 +1,7 @@
 // A deliberately plain model of the buffer converter and of the nearest-colour
-// search, for the tests to compare the library with. It follows
-// docs/color.md rule by rule and works out of place: every source pixel is
-// decoded first, then each destination pixel is built and written bit by bit
-// into a copy of the buffer. Speed is no concern here.
+// search, for the tests to compare the library with. It follows docs/color.md
+// rule by rule and works out of place: every source pixel is decoded first,
+// then each destination pixel is built and written into a copy.
 #pragma once
 
 #include <cstdint>
@@ -12,11 +11,9 @@
 
 namespace vxkrn_test {
 
-// What V_ConvertBufferExt does to `buffer`: 1 with the destination row
-// written over it (bits of a partly used last byte, and everything after the
-// row, keep their old values), or -13 with the buffer untouched. The buffer
-// must hold width pixels of the wider format; a shorter one throws
-// std::length_error, since that is a fault of the test, not of the library.
+// What V_ConvertBufferExt does to `buffer`: RC_SUCCESS with the row written
+// over it, or RC_INVALID_PARAMETER with it untouched. A buffer shorter than the
+// wider row throws std::length_error: a fault of the test, not of the library.
 ResultCode reference_convert(std::vector<uint8_t> &buffer, uint32_t width, int32_t src_bits,
                              int32_t dst_bits, int32_t src_order, int32_t dst_order,
                              const PaletteEntry *src_palette, const PaletteEntry *dst_palette,
