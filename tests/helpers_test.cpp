@@ -1,62 +1,41 @@
-// Shared helpers checked against their definitions over their domains.
-#include <bit>
+// Shared helpers checked against their definitions over their domains:
+// fixed-point sine and cosine, integer square root, path names, result texts.
 #include <cmath>
+#include <numeric>
 #include <random>
 #include <set>
-#include <string>
 
 #include "support/test_support.h"
 
 namespace {
 
-long double exact_sine(int angle) {
-  const long double pi = std::acos(-1.0L);
-  return 16384.0L * std::sin(static_cast<long double>(angle) * pi / 18000.0L);
-}
-
-TEST(Trig, MatchesRoundedSineAndCosineEverywhere) {
+TEST(Helpers, TrigMatchesTheRoundedSineAndCosineEverywhere) {
+  const auto exact = [](int angle) {  // 16384 sin(angle / 100 degrees)
+    return std::lround(16384.0L * std::sin(angle * std::acos(-1.0L) / 18000.0L));
+  };
   for (int angle = 0; angle <= 36000; ++angle) {
-    ASSERT_EQ(V_SinValue(angle), std::lround(exact_sine(angle))) << angle;
-    ASSERT_EQ(V_CosValue(angle), std::lround(exact_sine(angle + 9000))) << angle;
+    ASSERT_EQ(V_SinValue(angle), exact(angle)) << angle;
+    ASSERT_EQ(V_CosValue(angle), exact(angle + 9000)) << angle;
   }
-  for (int outside : {-1, 36001, -36000, 1 << 30}) {
-    EXPECT_EQ(V_SinValue(outside), 0);
-    EXPECT_EQ(V_CosValue(outside), 0);
-  }
+  for (int outside : {-1, 36001, -36000, 1 << 30})
+    EXPECT_EQ(V_SinValue(outside) | V_CosValue(outside), 0) << outside;
 }
 
-uint32_t floor_sqrt(uint32_t n) {
-  uint64_t r = static_cast<uint64_t>(std::sqrt(static_cast<double>(n)));
-  while (r * r > n)
-    --r;
-  while ((r + 1) * (r + 1) <= n)
-    ++r;
-  return static_cast<uint32_t>(r);
-}
-
-TEST(SquareRoot, IsTheFloorOfTheRealRoot) {
-  for (uint32_t n = 0; n < (1u << 18); ++n)
-    ASSERT_EQ(V_SQRT(n), floor_sqrt(n)) << n;
-  // Around every perfect square, where an off-by-one would show.
-  for (uint64_t k = 2; k <= 65535; ++k) {
-    for (uint64_t n : {k * k - 1, k * k, k * k + 1})
-      ASSERT_EQ(V_SQRT(uint32_t(n)), floor_sqrt(uint32_t(n))) << n;
-  }
+// Every small value, both sides of every perfect square and random ones. A
+// double root of a 32-bit value never rounds across an integer.
+TEST(Helpers, SquareRootIsTheFloorOfTheRealRoot) {
+  std::vector<uint32_t> values(1u << 18);
+  std::iota(values.begin(), values.end(), 0u);
+  for (uint64_t k = 2; k <= 65536; ++k)
+    values.insert(values.end(), {uint32_t(k * k - 1), uint32_t(k * k), uint32_t(k * k + 1)});
   std::mt19937 random(12345);
-  for (int i = 0; i < 200000; ++i) {
-    const uint32_t n = random();
-    ASSERT_EQ(V_SQRT(n), floor_sqrt(n)) << n;
-  }
-  EXPECT_EQ(V_SQRT(0xFFFFFFFFu), 65535u);
+  for (int i = 0; i < 200000; ++i)
+    values.push_back(random());
+  for (uint32_t n : values)
+    ASSERT_EQ(V_SQRT(n), static_cast<uint32_t>(std::sqrt(static_cast<double>(n)))) << n;
 }
 
-TEST(BitCount, CountsSetBits) {
-  const uint8_t *table = V_Get1BitOnTable();
-  for (unsigned b = 0; b < 256; ++b)
-    EXPECT_EQ(table[b], std::popcount(b)) << b;
-}
-
-TEST(SkipPath, ReturnsTheNamePart) {
+TEST(Helpers, SkipPathReturnsTheNamePart) {
   const struct {
     const wchar_t *path;
     size_t name_offset;
@@ -69,30 +48,17 @@ TEST(SkipPath, ReturnsTheNamePart) {
 
 // Every code has a text of its own; anything else is unknown.
 TEST(ResultText, NamesEveryCode) {
-  const ResultCode codes[] = {RC_SUCCESS,
-                              RC_NO_MEMORY,
-                              RC_INVALID_BITMAP,
-                              RC_IMAGE_TOO_LARGE,
-                              RC_FILE_SEEK,
-                              RC_FILE_WRITE,
-                              RC_FILE_READ,
-                              RC_EMPTY_AREA,
-                              RC_INVALID_PARAMETER,
-                              RC_INVALID_FORMAT,
-                              RC_INVALID_BITS_PER_PIXEL,
-                              RC_DISK_FULL,
-                              RC_INVALID_STRUCT_SIZE,
-                              RC_INVALID_HANDLE,
-                              RC_BITMAP_RESTRICTED,
-                              RC_INVALID_LUT_LENGTH};
   const std::string unknown = V_ResultText(0);
   std::set<std::string> texts;
-  for (ResultCode code : codes) {
-    const std::string text = V_ResultText(code);
-    EXPECT_NE(text, unknown) << code;
-    texts.insert(text);
+  for (ResultCode code :
+       {RC_SUCCESS, RC_NO_MEMORY, RC_INVALID_BITMAP, RC_IMAGE_TOO_LARGE, RC_FILE_SEEK,
+        RC_FILE_WRITE, RC_FILE_READ, RC_EMPTY_AREA, RC_INVALID_PARAMETER, RC_INVALID_FORMAT,
+        RC_INVALID_BITS_PER_PIXEL, RC_DISK_FULL, RC_INVALID_STRUCT_SIZE, RC_INVALID_HANDLE,
+        RC_BITMAP_RESTRICTED, RC_INVALID_LUT_LENGTH}) {
+    EXPECT_NE(V_ResultText(code), unknown) << code;
+    texts.insert(V_ResultText(code));
   }
-  EXPECT_EQ(texts.size(), std::size(codes));
+  EXPECT_EQ(texts.size(), 16u) << "one text per code";
   EXPECT_EQ(V_ResultText(-6), unknown);
 }
 

@@ -1,8 +1,7 @@
 // The memory redirection: growth, trim, cut, full and read-only blocks,
-// positions past the end, nesting, and failure of its own allocation.
-#include <cstring>
-#include <string>
-#include <vector>
+// positions past the end, nesting, and failure of its own allocations.
+#include <algorithm>
+#include <string_view>
 
 #include "io/memory_file.h"
 #include "support/test_support.h"
@@ -10,6 +9,24 @@
 namespace {
 
 using vxkrn::io::MemoryFile;
+constexpr int32_t H = MEMFILE_HANDLE;
+
+// Seek to `at` and write `text` (an empty one cuts there): the write's result.
+int32_t write_at(uint32_t at, std::string_view text, bool big = false) {
+  V_RedirectedSeek(H, static_cast<int32_t>(at), SEEK_FROM_START);
+  const auto n = static_cast<uint32_t>(text.size());
+  return big ? int32_t(V_RedirectedWriteBig(H, text.data(), n))
+             : V_RedirectedWrite(H, text.data(), n);
+}
+
+// Seek to `at` and read up to n bytes: what was read, or "failed".
+std::string read_at(uint32_t at, uint32_t n, bool big = false) {
+  V_RedirectedSeek(H, static_cast<int32_t>(at), SEEK_FROM_START);
+  std::string in(n, '\0');
+  const int64_t got =
+      big ? V_RedirectedReadBig(H, in.data(), n) : V_RedirectedRead(H, in.data(), n);
+  return got < 0 ? "failed" : in.substr(0, size_t(got));
+}
 
 class MemoryRedirect : public vxkrn_test::LeakCheckedTest {
  protected:
@@ -17,194 +34,136 @@ class MemoryRedirect : public vxkrn_test::LeakCheckedTest {
     void *context = nullptr;
     int32_t handle = 0;
     EXPECT_EQ(V_StartRedirectToBuffer(&context, &handle, flags, buffer, size), RC_SUCCESS);
-    EXPECT_EQ(handle, MEMFILE_HANDLE);
+    EXPECT_EQ(handle, H);
     return static_cast<MemoryFile *>(context);
   }
-  // Stop, free the block, and return what it held.
-  std::string stop(MemoryFile *file) {
+  // Stop, free the block unless it is the caller's, and return the data.
+  std::string stop(MemoryFile *file, bool ours = true) {
     void *buffer = nullptr;
-    uint32_t size = 0;
+    uint32_t size = 99;
     EXPECT_EQ(V_StopRedirectToBuffer(file, &buffer, &size), RC_SUCCESS);
-    std::string data(static_cast<const char *>(buffer), buffer ? size : 0);
-    V_GlobalFree(buffer);
+    const std::string data = buffer ? std::string(static_cast<const char *>(buffer), size) : "";
+    if (ours) V_GlobalFree(buffer);
     return data;
   }
 };
 
-TEST_F(MemoryRedirect, GrowsInStepsAndTrimsOnClose) {
+// Growth in 32 KiB steps, trimmed on close only with MEMFILE_TRIM and never
+// for a full block; seeks from each origin, cuts, read-only blocks.
+TEST_F(MemoryRedirect, GrowsSeeksCutsAndTrims) {
   MemoryFile *file = start(MEMFILE_GROW | MEMFILE_WRITE);
-  const int32_t h = V_RedirectedOpen(L"ignored", OPEN_READ_WRITE | OPEN_CREATE, 0);
-  EXPECT_EQ(V_RedirectedWrite(h, "0123456789", 10), 10);
-  EXPECT_EQ(file->capacity, 32768u);
-  EXPECT_EQ(file->data_size, 10u);
-  EXPECT_EQ(file->buffer[10], 0) << "a new block is zero-filled";
-  EXPECT_EQ(V_RedirectedClose(h), 0);
+  EXPECT_EQ(V_RedirectedOpen(L"ignored", OPEN_READ_WRITE | OPEN_CREATE, 0), H);
+  EXPECT_EQ(write_at(0, "0123456789"), 10);
+  EXPECT_EQ(V_RedirectedClose(H), 0);
   EXPECT_EQ(file->capacity, 32768u) << "no trim without MEMFILE_TRIM";
-  EXPECT_EQ(stop(file), "0123456789");
+  EXPECT_EQ(write_at(8, ""), 0) << "a cut";
+  EXPECT_EQ(V_RedirectedSeek(H, -3, SEEK_FROM_END), 5u);
+  EXPECT_EQ(V_RedirectedSeek(H, 1, SEEK_FROM_CURRENT), 6u);
+  EXPECT_EQ(V_RedirectedSeek(H, 0, 3), 0xFFFFFFFFu) << "no fourth origin";
+  EXPECT_EQ(read_at(6, 9), "67");
+  EXPECT_EQ(read_at(8, 9), "");
+  EXPECT_EQ(read_at(9, 1), "failed") << "past the end";
+  char byte;  // only its own handle
+  EXPECT_EQ(V_RedirectedRead(6, &byte, 1) + V_RedirectedWrite(6, "x", 1) + V_RedirectedClose(6),
+            -3);
+  EXPECT_EQ(stop(file), "01234567");
 
   file = start(MEMFILE_GROW | MEMFILE_TRIM | MEMFILE_WRITE);
-  std::vector<char> data(40000, 'z');
-  EXPECT_EQ(V_RedirectedWrite(MEMFILE_HANDLE, data.data(), 40000), 40000);
+  EXPECT_EQ(write_at(0, std::string(40000, 'z')), 40000);
   EXPECT_EQ(file->capacity, 65536u);
-  EXPECT_EQ(V_RedirectedClose(MEMFILE_HANDLE), 0);
+  EXPECT_EQ(V_RedirectedClose(H), 0);
   EXPECT_EQ(file->capacity, 40000u);
-  EXPECT_EQ(stop(file).size(), 40000u);
-}
+  EXPECT_EQ(stop(file), std::string(40000, 'z'));
 
-TEST_F(MemoryRedirect, CutsTruncatesAndSeeksFreely) {
-  MemoryFile *file = start(MEMFILE_GROW | MEMFILE_WRITE);
-  std::vector<char> data(100, 'a');
-  V_RedirectedWrite(MEMFILE_HANDLE, data.data(), 100);
-  EXPECT_EQ(V_RedirectedSeek(MEMFILE_HANDLE, 50, SEEK_FROM_START), 50u);
-  EXPECT_EQ(V_RedirectedWrite(MEMFILE_HANDLE, nullptr, 0), -1) << "null buffer";
-  EXPECT_EQ(V_RedirectedWrite(MEMFILE_HANDLE, "", 0), 0);
-  EXPECT_EQ(file->data_size, 50u) << "a zero-byte write cuts";
-  EXPECT_EQ(V_RedirectedSeek(MEMFILE_HANDLE, -10, SEEK_FROM_END), 40u);
-  EXPECT_EQ(V_RedirectedSeek(MEMFILE_HANDLE, 5, SEEK_FROM_CURRENT), 45u);
-  EXPECT_EQ(V_RedirectedSeek(MEMFILE_HANDLE, 0, 3), uint32_t(-1)) << "no fourth origin";
-  char buffer[16];
-  EXPECT_EQ(V_RedirectedRead(MEMFILE_HANDLE, buffer, 16), 5);
-  EXPECT_EQ(V_RedirectedRead(MEMFILE_HANDLE, buffer, 16), 0);
-  V_RedirectedSeek(MEMFILE_HANDLE, 100000, SEEK_FROM_START);
-  EXPECT_EQ(V_RedirectedRead(MEMFILE_HANDLE, buffer, 1), -1) << "past the end";
-  EXPECT_EQ(V_RedirectedWrite(MEMFILE_HANDLE, "x", 1), 1) << "writing there grows";
-  EXPECT_EQ(file->data_size, 100001u);
-  EXPECT_EQ(V_RedirectedRead(6, buffer, 1), -1) << "only its own handle";
-  EXPECT_EQ(V_RedirectedWrite(6, "x", 1), -1);
-  EXPECT_EQ(V_RedirectedClose(6), -1);
-  V_RedirectedOpen(nullptr, OPEN_TRUNCATE, 0);
-  EXPECT_EQ(file->data_size, 0u);
-  EXPECT_EQ(file->position, 0u);
-  stop(file);
-}
-
-TEST_F(MemoryRedirect, FullAndReadOnlyBlocks) {
   char *block = static_cast<char *>(V_GlobalAlloc(1, 8));
-  std::memcpy(block, "ABCDEFGH", 8);
-  MemoryFile *file = start(MEMFILE_FULL | MEMFILE_GROW | MEMFILE_TRIM | MEMFILE_WRITE, block, 8);
-  EXPECT_EQ(file->data_size, 8u) << "a full block starts with its data";
-  V_RedirectedSeek(MEMFILE_HANDLE, 4, SEEK_FROM_START);
-  V_RedirectedWrite(MEMFILE_HANDLE, "", 0);
-  V_RedirectedClose(MEMFILE_HANDLE);
-  EXPECT_EQ(file->capacity, 8u) << "a full block is never trimmed";
-  EXPECT_EQ(stop(file), "ABCD");
-
-  char text[] = "read only";
-  file = start(MEMFILE_FULL, text, 9);
-  EXPECT_EQ(V_RedirectedWrite(MEMFILE_HANDLE, "x", 1), -1) << "no MEMFILE_WRITE";
-  char buffer[16] = {};
-  EXPECT_EQ(V_RedirectedRead(MEMFILE_HANDLE, buffer, 16), 9);
-  EXPECT_STREQ(buffer, "read only");
-  V_StopRedirectToBuffer(file, nullptr, nullptr);
-
-  char fixed[4];
-  file = start(MEMFILE_WRITE, fixed, sizeof fixed);
-  EXPECT_EQ(V_RedirectedWrite(MEMFILE_HANDLE, "123456", 6), 4) << "cut short, not grown";
-  void *buffer_out = nullptr;
-  EXPECT_EQ(V_StopRedirectToBuffer(file, &buffer_out, nullptr), RC_SUCCESS);
-  EXPECT_EQ(buffer_out, fixed);
+  std::copy_n("ABCDEFGH", 8, block);
+  MemoryFile *full = start(MEMFILE_FULL | MEMFILE_GROW | MEMFILE_TRIM | MEMFILE_WRITE, block, 8);
+  EXPECT_EQ(read_at(1, 2), "BC") << "a full block starts with its data";
+  EXPECT_EQ(write_at(4, ""), 0);
+  V_RedirectedClose(H);
+  EXPECT_EQ(full->capacity, 8u) << "a full block is never trimmed";
+  file = start(MEMFILE_FULL, block, 4);  // nested, read-only
+  EXPECT_EQ(write_at(0, "x"), -1) << "no MEMFILE_WRITE";
+  EXPECT_EQ(stop(file, false), "ABCD");
+  EXPECT_EQ(stop(full), "ABCD");
 }
 
 // The file a block stands for never reaches past the block, a cut never
 // lengthens it, and bytes nobody wrote read as zeros, as on a real file.
 TEST_F(MemoryRedirect, SizeStaysInTheBlockAndGapsReadAsZeros) {
-  char one[1] = {'q'};
+  char one[1] = {'q'}, full[8] = {'A', 'B', 'C', 'D', 'E', 'F', 'G', 'H'};
   MemoryFile *file = start(MEMFILE_WRITE, one, 1);
-  V_RedirectedSeek(MEMFILE_HANDLE, 57102, SEEK_FROM_START);
-  EXPECT_EQ(V_RedirectedWrite(MEMFILE_HANDLE, "", 0), 0);
-  EXPECT_EQ(file->data_size, 0u) << "a cut past the end changes nothing";
-  char buffer[64];
-  V_RedirectedSeek(MEMFILE_HANDLE, 0, SEEK_FROM_START);
-  EXPECT_EQ(V_RedirectedRead(MEMFILE_HANDLE, buffer, 64), 0);
-  uint32_t size = 99;
-  ASSERT_EQ(V_StopRedirectToBuffer(file, nullptr, &size), RC_SUCCESS);
-  EXPECT_EQ(size, 0u);
-
-  char full[8] = {'A', 'B', 'C', 'D', 'E', 'F', 'G', 'H'};
+  EXPECT_EQ(write_at(57102, ""), 0);
+  EXPECT_EQ(read_at(0, 64), "");
+  EXPECT_EQ(stop(file, false), "") << "a cut past the end changes nothing";
   file = start(MEMFILE_FULL | MEMFILE_WRITE, full, 8);
   V_RedirectedOpen(L"x", OPEN_READ_WRITE | OPEN_TRUNCATE, 0);
-  V_RedirectedSeek(MEMFILE_HANDLE, 6, SEEK_FROM_START);
-  EXPECT_EQ(V_RedirectedWrite(MEMFILE_HANDLE, "", 0), 0);
-  ASSERT_EQ(V_StopRedirectToBuffer(file, nullptr, &size), RC_SUCCESS);
-  EXPECT_EQ(size, 0u) << "truncated bytes stay gone";
+  EXPECT_EQ(write_at(6, ""), 0);
+  EXPECT_EQ(stop(file, false), "") << "truncated bytes stay gone";
 
-  // Gaps behind a seek, after growth and after a trim and regrowth.
+  // Gaps behind a seek, after growth and after a cut, a trim and regrowth.
   file = start(MEMFILE_GROW | MEMFILE_TRIM | MEMFILE_WRITE);
-  std::vector<char> junk(50000, 'j');
-  V_RedirectedWrite(MEMFILE_HANDLE, junk.data(), 50000);
-  V_RedirectedSeek(MEMFILE_HANDLE, 1, SEEK_FROM_START);
-  V_RedirectedWrite(MEMFILE_HANDLE, "", 0);  // cut to one byte
-  V_RedirectedClose(MEMFILE_HANDLE);         // and trimmed
-  for (uint32_t at : {30000u, 60000u, 200000u}) {
-    V_RedirectedSeek(MEMFILE_HANDLE, int32_t(at), SEEK_FROM_START);
-    EXPECT_EQ(V_RedirectedWrite(MEMFILE_HANDLE, "x", 1), 1);
-  }
-  const std::string data = stop(file);
-  ASSERT_EQ(data.size(), 200001u);
+  write_at(0, std::string(50000, 'j'));
+  write_at(1, "");       // cut to one byte
+  V_RedirectedClose(H);  // and trimmed
   std::string expected(200001, '\0');
   expected[0] = 'j';
-  expected[30000] = expected[60000] = expected[200000] = 'x';
-  EXPECT_EQ(data, expected);
+  for (uint32_t at : {30000u, 60000u, 200000u}) {
+    EXPECT_EQ(write_at(at, "x"), 1);
+    expected[at] = 'x';
+  }
+  EXPECT_EQ(stop(file), expected);
 }
 
 // Reads and writes of any size end where the file or the block ends.
 TEST_F(MemoryRedirect, BigTransfersStopAtTheEnd) {
   MemoryFile *file = start(MEMFILE_WRITE, V_GlobalAlloc(1, 16), 16);
-  EXPECT_EQ(V_RedirectedWriteBig(MEMFILE_HANDLE, "0123456789abcdefXYZ", 19), 16);
-  V_RedirectedSeek(MEMFILE_HANDLE, 4, SEEK_FROM_START);
-  char out[64];
-  EXPECT_EQ(V_RedirectedReadBig(MEMFILE_HANDLE, out, 64), 12);
-  EXPECT_EQ(V_RedirectedReadBig(MEMFILE_HANDLE, out, 64), 0);
+  EXPECT_EQ(write_at(0, "0123456789abcdefXYZ", true), 16);
+  EXPECT_EQ(read_at(4, 64, true), "456789abcdef");
+  EXPECT_EQ(read_at(16, 64, true), "");
   EXPECT_EQ(stop(file), "0123456789abcdef");
 }
 
-// Stopping a redirection that is not the current one would bring back a
-// table that points at a stopped one: it is refused and changes nothing.
+// Redirections nest. Stopping one that is not the current one would bring
+// back a table that points at a stopped one: it is refused, changes nothing.
 TEST_F(MemoryRedirect, StoppingOutOfOrderIsRefused) {
   vxkrn_test::on_new_thread([this] {
     MemoryFile *outer = start(MEMFILE_GROW | MEMFILE_WRITE);
+    write_at(0, "outer");
     MemoryFile *inner = start(MEMFILE_GROW | MEMFILE_WRITE);
     EXPECT_EQ(V_StopRedirectToBuffer(outer, nullptr, nullptr), RC_INVALID_PARAMETER);
-    V_RedirectedWrite(MEMFILE_HANDLE, "inner", 5);
+    write_at(0, "inner");
     EXPECT_EQ(stop(inner), "inner");
-    V_RedirectedWrite(MEMFILE_HANDLE, "outer", 5);
-    EXPECT_EQ(stop(outer), "outer");
-    EXPECT_EQ(V_RedirectedWrite(-1, "x", 1), -1) << "back on the system's files";
-  });
-}
-
-TEST_F(MemoryRedirect, NestedRedirectionsStopInOrder) {
-  vxkrn_test::on_new_thread([this] {
-    MemoryFile *outer = start(MEMFILE_GROW | MEMFILE_WRITE);
-    V_RedirectedWrite(MEMFILE_HANDLE, "outer", 5);
-    MemoryFile *inner = start(MEMFILE_GROW | MEMFILE_WRITE);
-    V_RedirectedWrite(MEMFILE_HANDLE, "inner", 5);
-    EXPECT_EQ(stop(inner), "inner");
-    V_RedirectedWrite(MEMFILE_HANDLE, "+", 1);
+    write_at(5, "+");
     EXPECT_EQ(stop(outer), "outer+");
     IoWriteFunc write = nullptr;
     V_FilterIO(nullptr, nullptr, &write, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
                nullptr);
-    EXPECT_EQ(write, V_OsWrite);
+    EXPECT_EQ(write, V_OsWrite) << "back on the system's files";
   });
 }
 
+// Each allocation failing in turn: the start is refused, or a growth that
+// fails keeps the old block and cuts the write short.
 TEST_F(MemoryRedirect, RejectsNullsAndSurvivesNoMemory) {
   EXPECT_EQ(V_StartRedirectToBuffer(nullptr, nullptr, 0, nullptr, 0), RC_INVALID_PARAMETER);
   EXPECT_EQ(V_StopRedirectToBuffer(nullptr, nullptr, nullptr), RC_INVALID_PARAMETER);
-  void *context = nullptr;
-  vxkrn::testing::fail_nth_allocation(1, vxkrn_test::kBothHeaps);
-  EXPECT_EQ(V_StartRedirectToBuffer(&context, nullptr, MEMFILE_WRITE, nullptr, 0), RC_NO_MEMORY);
-  vxkrn::testing::fail_nth_allocation(0, 0);
-  EXPECT_EQ(context, nullptr);
-
-  // Growth that fails keeps the old block and cuts the write short.
-  char fixed[4];
-  MemoryFile *file = start(MEMFILE_GROW | MEMFILE_WRITE);
-  vxkrn::testing::fail_nth_allocation(1, vxkrn_test::kBothHeaps);
-  EXPECT_EQ(V_RedirectedWrite(MEMFILE_HANDLE, fixed, 4), -1) << "no block at all";
-  vxkrn::testing::fail_nth_allocation(0, 0);
-  stop(file);
+  const std::string data(40000, 'd');
+  vxkrn_test::sweep_allocation_failures(vxkrn_test::kBothHeaps, [&](unsigned) {
+    void *context = nullptr;
+    const ResultCode rc =
+        V_StartRedirectToBuffer(&context, nullptr, MEMFILE_GROW | MEMFILE_WRITE, nullptr, 0);
+    if (rc == RC_NO_MEMORY) return;
+    ASSERT_EQ(rc, RC_SUCCESS);
+    auto *file = static_cast<MemoryFile *>(context);
+    const int32_t first = V_RedirectedWrite(H, data.data(), 10);
+    const uint32_t grown_to = file->capacity;
+    const int32_t second = V_RedirectedWrite(H, data.data(), 40000);
+    vxkrn_test::stop_failing();
+    EXPECT_EQ(first, grown_to ? 10 : -1) << "no block at all";
+    EXPECT_EQ(second, file->capacity > grown_to ? 40000 : grown_to ? int32_t(grown_to) - 10 : -1);
+    EXPECT_EQ(stop(file), std::string(size_t(std::max(first, 0) + std::max(second, 0)), 'd'));
+  });
 }
 
 }  // namespace

@@ -1,13 +1,13 @@
-// The per-thread callback table: defaults, filters chained and restored,
-// the redirected calls, chunking, and the fallback record's empty slots.
+// The per-thread callback table as V_RedirectIO and V_FilterIO show it:
+// defaults, filters chained and restored, chunking, the fallback record.
 #include <cstdio>
-#include <string>
-#include <vector>
 
 #include "core/thread_state.h"
 #include "support/test_support.h"
 
 namespace {
+
+using vxkrn_test::on_new_thread;
 
 // A write filter: counts bytes, then hands them to what was current before.
 struct Counter {
@@ -24,9 +24,8 @@ int32_t counting_write(int32_t file, const void *buffer, uint32_t count, void *u
 
 // A sink accepting at most 1000 bytes per call; its user value collects them.
 int32_t small_writes(int32_t, const void *buffer, uint32_t count, void *user_data) {
-  auto *sink = static_cast<std::string *>(user_data);
   const uint32_t n = count < 1000 ? count : 1000;
-  sink->append(static_cast<const char *>(buffer), n);
+  static_cast<std::string *>(user_data)->append(static_cast<const char *>(buffer), n);
   return static_cast<int32_t>(n);
 }
 
@@ -34,51 +33,29 @@ int32_t failing_read(int32_t, void *, uint32_t, void *) {
   return -1;
 }
 
-struct Table {
-  IoOpenFunc open = nullptr;
-  IoReadFunc read = nullptr;
-  IoWriteFunc write = nullptr;
-  IoSeekFunc seek = nullptr;
-  IoCloseFunc close = nullptr;
-  void *data[5] = {};
-};
-
-// Reads the table without changing it: null callback values only read.
-Table current_table() {
-  Table t;
-  V_FilterIO(&t.open, &t.read, &t.write, &t.seek, &t.close, nullptr, nullptr, nullptr, nullptr,
-             nullptr);
-  V_GetFilterIOData(&t.data[0], &t.data[1], &t.data[2], &t.data[3], &t.data[4]);
-  return t;
+// The table, read without changing it (null exchange values only read):
+// the given read and write, the primitives elsewhere, one user value.
+void expect_table(IoReadFunc read, IoWriteFunc write, void *data) {
+  IoOpenFunc o = nullptr;
+  IoReadFunc r = nullptr;
+  IoWriteFunc w = nullptr;
+  IoSeekFunc s = nullptr;
+  IoCloseFunc c = nullptr;
+  V_FilterIO(&o, &r, &w, &s, &c, nullptr, nullptr, nullptr, nullptr, nullptr);
+  EXPECT_TRUE(o == V_OsOpen && r == read && w == write && s == V_OsSeek && c == V_OsClose);
+  void *d[5];
+  V_GetFilterIOData(&d[0], &d[1], &d[2], &d[3], &d[4]);
+  for (void *each : d)
+    EXPECT_EQ(each, data);
 }
 
-void expect_defaults(const Table &t, void *data) {
-  EXPECT_EQ(t.open, V_OsOpen);
-  EXPECT_EQ(t.read, V_OsRead);
-  EXPECT_EQ(t.write, V_OsWrite);
-  EXPECT_EQ(t.seek, V_OsSeek);
-  EXPECT_EQ(t.close, V_OsClose);
-  for (void *d : t.data)
-    EXPECT_EQ(d, data);
-}
-
-TEST(Redirect, StartsWithThePrimitivesAndRestoresThem) {
-  vxkrn_test::on_new_thread([] {
-    expect_defaults(current_table(), nullptr);
-    int tag;
-    V_RedirectIO(nullptr, failing_read, nullptr, nullptr, nullptr, &tag);
-    EXPECT_EQ(current_table().read, failing_read);
-    V_RedirectIO(nullptr, nullptr, nullptr, nullptr, nullptr, &tag);
-    expect_defaults(current_table(), &tag);
-    vxkrn_test::on_new_thread([] { expect_defaults(current_table(), nullptr); });
-  });
-}
-
-TEST(Redirect, FiltersChainAndRestore) {
-  vxkrn_test::on_new_thread([] {
+TEST(Redirect, TableStartsWithThePrimitivesAndFiltersChainAndRestore) {
+  on_new_thread([] {
+    expect_table(V_OsRead, V_OsWrite, nullptr);
     std::string sink;
-    V_RedirectIO(nullptr, nullptr, small_writes, nullptr, nullptr, &sink);
-    const Table before = current_table();
+    V_RedirectIO(nullptr, failing_read, small_writes, nullptr, nullptr, &sink);
+    expect_table(failing_read, small_writes, &sink);
+    on_new_thread([] { expect_table(V_OsRead, V_OsWrite, nullptr); });
 
     Counter counter{counting_write, &counter, 0};
     IoWriteFunc write = counting_write;
@@ -90,29 +67,21 @@ TEST(Redirect, FiltersChainAndRestore) {
     counter.next_data = write_data;
     EXPECT_EQ(V_RedirectedWrite(3, "abcdef", 6), 6);
     EXPECT_EQ(counter.bytes, 6u);
-    EXPECT_EQ(sink, "abcdef");
-
     V_FilterIO(nullptr, nullptr, &write, nullptr, nullptr, nullptr, nullptr, &write_data, nullptr,
                nullptr);
-    const Table after = current_table();
-    EXPECT_EQ(after.write, before.write);
-    EXPECT_EQ(after.data[2], before.data[2]);
     EXPECT_EQ(write, counting_write) << "the filter gets itself back";
-    V_RedirectIO(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
-  });
-}
+    expect_table(failing_read, small_writes, &sink);
 
-TEST(Redirect, BigTransfersChunkAndStopOnFailure) {
-  vxkrn_test::on_new_thread([] {
-    std::string sink;
-    V_RedirectIO(nullptr, failing_read, small_writes, nullptr, nullptr, &sink);
+    // Big transfers go on after a partial call and stop at a failure.
     std::vector<char> data(4321, 'q');
     EXPECT_EQ(V_RedirectedWriteBig(7, data.data(), 4321), 4321);
-    EXPECT_EQ(sink.size(), 4321u);
-    EXPECT_EQ(V_RedirectedReadBig(7, data.data(), 10), -1);
+    EXPECT_EQ(sink, "abcdef" + std::string(4321, 'q'));
     EXPECT_EQ(V_RedirectedWriteBig(7, data.data(), 0), 0);
+    EXPECT_EQ(V_RedirectedReadBig(7, data.data(), 10), -1);
     EXPECT_EQ(V_RedirectedRead(7, data.data(), 10), -1);
-    V_RedirectIO(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+    int tag;
+    V_RedirectIO(nullptr, nullptr, nullptr, nullptr, nullptr, &tag);
+    expect_table(V_OsRead, V_OsWrite, &tag);
   });
 }
 
@@ -120,7 +89,7 @@ TEST(Redirect, FallbackRecordUsesThePrimitives) {
   std::FILE *file = std::tmpfile();
   ASSERT_NE(file, nullptr);
   const int32_t handle = fileno(file);
-  vxkrn_test::on_new_thread([handle] {
+  on_new_thread([handle] {
     vxkrn::testing::fail_nth_allocation(1, static_cast<unsigned>(vxkrn::platform::Heap::Runtime));
     // The thread's record cannot be made: the zero record's empty slots act
     // as the primitives, so the seek reaches the file.
