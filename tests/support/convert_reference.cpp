@@ -5,7 +5,7 @@
 #include <cstring>
 #include <stdexcept>
 
-#include "support/test_support.h"
+#include "support/pixel_reference.h"
 
 namespace vxkrn_test {
 namespace {
