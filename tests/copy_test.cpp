@@ -1,5 +1,6 @@
 // Duplicates, whole copies and data copies between every pair of storage
 // kinds: pixels, attributes, allocation failures, progress and read errors.
+#include <tuple>
 
 #include "support/test_support.h"
 
@@ -31,54 +32,59 @@ struct KindPair {
 class CopyKinds : public TempDirTest, public ::testing::WithParamInterface<KindPair> {};
 
 // V_CopyBitmap2 into the chosen storage, V_CopyBitmap into the source's and
-// V_CopyBitmapData into a bitmap of the chosen storage, each with every
-// allocation failing in turn: the pixels, the storage, an own palette and
-// the view perspective, or RC_NO_MEMORY and nothing kept.
+// V_CopyBitmapData into a wider bitmap of the chosen storage (the rest of
+// its rows cleared), each with every allocation failing in turn: the pixels,
+// the storage, an own palette and the view perspective, or RC_NO_MEMORY and
+// nothing kept. The data copy leaves the access state of both as it was.
 TEST_P(CopyKinds, CopiesKeepThePixelsInTheirStorageOrFailCleanly) {
   const KindPair p = GetParam();
   OwnedBitmap source, target;
   make_bitmap(source.bm, 77, 23, p.bits, p.from.type);
-  make_bitmap(target.bm, 77, 23, p.bits, p.to.type);
+  make_bitmap(target.bm, 77 + 70, 23, p.bits, p.to.type);
   std::vector<PaletteEntry> palette(16, PaletteEntry{1, 2, 3, 0});
   ASSERT_TRUE(p.bits > 4 || V_SetBitmapNewPalette(source.get(), palette.data(), 1u << p.bits) == 1);
   source->ViewPerspective = VIEW_TOP_LEFT;
   const std::vector<uint8_t> pixels = random_rows(source.bm, 7);
   write_rows(source.bm, pixels);
-  const struct {
-    int32_t info;
-    bool may_fall_back;  // to a disk file, when memory of the source's kind cannot be had
-    std::function<ResultCode(BitmapHandle *)> copy;
-  } calls[] = {
-      {p.to.info, false,
-       [&](BitmapHandle *d) { return V_CopyBitmap2(d, source.get(), p.to.type, S); }},
-      {p.from.info, true, [&](BitmapHandle *d) { return V_CopyBitmap(d, source.get(), S); }}};
-  for (const auto &call : calls)
+  write_rows(target.bm, random_rows(target.bm, 8));
+  EXPECT_EQ(V_CopyBitmapData(source.get(), source.get()), RC_SUCCESS) << "onto itself";
+  EXPECT_EQ(V_CopyBitmap(source.get(), source.get(), S), RC_SUCCESS) << "onto itself";
+  for (bool chosen : {true, false})
     each_failure([&](unsigned nth) {
       OwnedBitmap copy;
-      const ResultCode rc = call.copy(copy.get());
+      const ResultCode rc = chosen ? V_CopyBitmap2(copy.get(), source.get(), p.to.type, S)
+                                   : V_CopyBitmap(copy.get(), source.get(), S);
       stop_failing();
       if (rc != RC_SUCCESS) {
         EXPECT_EQ(rc, RC_NO_MEMORY);
-        EXPECT_FALSE(copy->Flags & FLAG_ALLOCATED);
-        EXPECT_EQ(copy->Palette, nullptr);
+        EXPECT_TRUE(!(copy->Flags & FLAG_ALLOCATED) && !copy->Palette);
         return;
       }
+      // A copy of the source's kind may fall back to a disk file when memory
+      // of that kind cannot be had.
       const int32_t info = memory_info(copy.bm);
-      EXPECT_TRUE(info == call.info || (nth && call.may_fall_back && info == MEM_INFO_DISK))
+      EXPECT_TRUE(info == (chosen ? p.to.info : p.from.info) ||
+                  (nth && !chosen && info == MEM_INFO_DISK))
           << info;
       EXPECT_EQ(read_rows(copy.bm), pixels);
       EXPECT_EQ(copy->ViewPerspective, VIEW_TOP_LEFT);
       EXPECT_TRUE(!source->Palette ||
                   (copy->Palette != source->Palette && copy->Palette[1].Red == 3));
     });
+  std::vector<uint8_t> wide(size_t(target->BytesPerLine) * 23);
+  for (size_t y = 0; y < 23; ++y)
+    std::copy_n(&pixels[y * size_t(source->BytesPerLine)], source->BytesPerLine,
+                &wide[y * size_t(target->BytesPerLine)]);
+  V_AccessBitmap(source.get());
   each_failure([&](unsigned) {
     const ResultCode rc = V_CopyBitmapData(target.get(), source.get());
     stop_failing();
-    EXPECT_EQ(rc == RC_SUCCESS ? read_rows(target.bm) : std::vector<uint8_t>{},
-              rc == RC_SUCCESS ? pixels : std::vector<uint8_t>{})
-        << rc;
     EXPECT_TRUE(rc == RC_SUCCESS || rc == RC_NO_MEMORY) << rc;
+    EXPECT_EQ(rc == RC_SUCCESS ? read_rows(target.bm) : wide, wide);
   });
+  EXPECT_EQ(source->Flags & FLAG_ACCESSED, p.from.type == MEM_NO_DISK ? FLAG_ACCESSED : 0u);
+  EXPECT_FALSE(target->Flags & FLAG_ACCESSED);
+  V_ReleaseBitmap(source.get());
   EXPECT_EQ(read_rows(source.bm), pixels);
 }
 
@@ -164,56 +170,27 @@ TEST_F(Copy, CompressedRowsCopyAsCompressedRowsWhateverTheirSize) {
   }
 }
 
-// A data copy clears what is left of wider rows and leaves the access state
-// of both bitmaps as it was; copies onto themselves change nothing.
-TEST_F(Copy, DataCopyIntoAWiderRowClearsTheRest) {
-  OwnedBitmap narrow, wide;
-  make_bitmap(narrow.bm, 3, 5, 8, MEM_NO_DISK);
-  make_bitmap(wide.bm, 9, 5, 8, MEM_NO_DISK);
-  write_rows(wide.bm, std::vector<uint8_t>(size_t(wide->BytesPerLine) * 5, 0xFF));
-  const std::vector<uint8_t> pixels = random_rows(narrow.bm, 3);
-  write_rows(narrow.bm, pixels);
-  std::vector<uint8_t> want(size_t(wide->BytesPerLine) * 5);
-  for (int y = 0; y < 5; ++y)
-    std::copy_n(&pixels[size_t(y * narrow->BytesPerLine)], narrow->BytesPerLine,
-                &want[size_t(y * wide->BytesPerLine)]);
-  V_AccessBitmap(narrow.get());
-  EXPECT_EQ(V_CopyBitmapData(narrow.get(), narrow.get()), RC_SUCCESS) << "onto itself";
-  EXPECT_EQ(V_CopyBitmap(narrow.get(), narrow.get(), S), RC_SUCCESS);
-  ASSERT_EQ(V_CopyBitmapData(wide.get(), narrow.get()), RC_SUCCESS);
-  EXPECT_TRUE(narrow->Flags & FLAG_ACCESSED);
-  EXPECT_FALSE(wide->Flags & FLAG_ACCESSED);
-  V_ReleaseBitmap(narrow.get());
-  EXPECT_EQ(read_rows(wide.bm), want);
-}
-
 // A disk bitmap whose file someone else cut short: every operation that
 // reads its rows fails with RC_FILE_READ, leaves the source as it was and
 // keeps nothing it made (the fixture checks heaps and files).
 TEST_F(Copy, ATruncatedDiskFileFailsEveryReaderWithReadError) {
   using B = BitmapHandle *;
   using P = uint8_t *;
+  constexpr int32_t T = MEM_INFO_MASK_TYPE, M = MEM_NO_DISK;
   const struct {
-    const char *what;
     int32_t bits;
     ResultCode (*op)(B bitmap, B made, P buffer);
-  } cases[] = {
-      {"copy", 8, [](B b, B m, P) { return V_CopyBitmap(m, b, S); }},
-      {"copy into memory", 8, [](B b, B m, P) { return V_CopyBitmap2(m, b, MEM_NO_DISK, S); }},
-      {"rectangle", 8, [](B b, B m, P) { return V_CopyBitmapRect(m, b, S, 1, 1, 5, 3); }},
-      {"move into memory", 8,
-       [](B b, B, P) {
-         return V_SetBitmapMemoryInfo(b, MEM_NO_DISK, 0, 0, 0, 0, 0, MEM_INFO_MASK_TYPE);
-       }},
-      {"trim", 8, [](B b, B, P) { return V_TrimBitmap(b, 1, 1, 5, 3); }},
-      {"compress", 1, [](B b, B, P) { return V_ChangeBitmapCompression(b, 1); }},
-      {"rows as records", 1,
-       [](B b, B, P r) { return V_GetBitmapRowCompressed(b, nullptr, r, 0, 3); }},
-      {"part of a row as a record", 1,
-       [](B b, B, P r) { return V_GetBitmapRowColCompressed(b, nullptr, r, 3, 3, 9); }},
-      {"row", 8, [](B b, B, P row) { return V_GetBitmapRow(b, row, 2, 20); }}};
+  } cases[] = {{8, [](B b, B m, P) { return V_CopyBitmap(m, b, S); }},
+               {8, [](B b, B m, P) { return V_CopyBitmap2(m, b, M, S); }},
+               {8, [](B b, B m, P) { return V_CopyBitmapRect(m, b, S, 1, 1, 5, 3); }},
+               {8, [](B b, B, P) { return V_SetBitmapMemoryInfo(b, M, 0, 0, 0, 0, 0, T); }},
+               {8, [](B b, B, P) { return V_TrimBitmap(b, 1, 1, 5, 3); }},
+               {1, [](B b, B, P) { return V_ChangeBitmapCompression(b, 1); }},
+               {1, [](B b, B, P r) { return V_GetBitmapRowCompressed(b, nullptr, r, 0, 3); }},
+               {1, [](B b, B, P r) { return V_GetBitmapRowColCompressed(b, nullptr, r, 3, 3, 9); }},
+               {8, [](B b, B, P r) { return V_GetBitmapRow(b, r, 2, 20); }}};
   for (const auto &c : cases) {
-    SCOPED_TRACE(c.what);
+    SCOPED_TRACE(&c - cases);
     OwnedBitmap bm, made;
     uint8_t buffer[4096];
     make_bitmap(bm.bm, 20, 6, c.bits, MEM_TEMP_FILE);
@@ -231,53 +208,47 @@ TEST_F(Copy, ATruncatedDiskFileFailsEveryReaderWithReadError) {
 // owns follows the options, each with every allocation failing in turn.
 TEST_F(Copy, DuplicatesInheritTheSourcesAttributes) {
   OwnedBitmap source;
-  make_bitmap(source.bm, 30, 20, 12, MEM_NO_DISK);  // gray, as 12-bit bitmaps start
-  std::vector<PaletteEntry> palette(16, PaletteEntry{0, 0, 0, 0});
-  palette[15].Red = 255;
-  ASSERT_EQ(V_SetBitmapNewPalette(source.get(), palette.data(), 16), RC_SUCCESS);
-  source->LUT =
-      static_cast<PaletteEntry *>(vxkrn::platform::sys_alloc(4096 * sizeof(PaletteEntry)));
-  ASSERT_NE(source->LUT, nullptr);
-  source->LUTLength = 4096;
-  source->LUT[7].Red = 42;
-  source->Flags |= FLAG_CARRIED | FLAG_RESTRICTED | FLAG_MAP_TABLE_SET;
-  source->ViewPerspective = VIEW_RIGHT_TOP;
-  source->XResolution = 300;
-  source->YResolution = 200;
-  source->Playback[2] = 9;
-  source->PaintScale = 250;
-  source->PaintScaleParms[1] = 77;
-  source->MapTable[5] = 99;
-  source->Reserved2[0] = 1234;
+  BitmapHandle &s = source.bm;
+  make_bitmap(s, 30, 20, 12, MEM_NO_DISK);  // gray, as 12-bit bitmaps start
+  std::vector<PaletteEntry> palette(16, PaletteEntry{0, 0, 255, 0});
+  ASSERT_EQ(V_SetBitmapNewPalette(&s, palette.data(), 16), RC_SUCCESS);
+  s.LUT = static_cast<PaletteEntry *>(vxkrn::platform::sys_alloc(4096 * sizeof(PaletteEntry)));
+  ASSERT_NE(s.LUT, nullptr);
+  s.LUTLength = 4096, s.LUT[7].Red = 42, s.ViewPerspective = VIEW_RIGHT_TOP;
+  s.Flags |= FLAG_CARRIED | FLAG_RESTRICTED | FLAG_MAP_TABLE_SET;
+  s.XResolution = 300, s.YResolution = 200, s.Playback[2] = 9, s.Reserved2[0] = 1234;
+  s.PaintScale = 250, s.PaintScaleParms[1] = 77, s.MapTable[5] = 99;
+  // What every duplicate takes over, and what only an allocated one does.
+  const auto kept = [](const BitmapHandle &b) {
+    return std::tuple(b.Order, b.ViewPerspective, b.XResolution, b.YResolution, b.Playback[2],
+                      b.Reserved2[0], b.ColorCount, b.Flags & (FLAG_CARRIED | FLAG_RESTRICTED));
+  };
+  const auto owned = [](const BitmapHandle &b) {
+    return std::tuple(b.Flags & (FLAG_ALLOCATED | FLAG_MAP_TABLE_SET), b.MapTable[5], b.PaintScale,
+                      b.PaintScaleParms[1], b.LUTLength, b.LUT[7].Red);
+  };
   for (uint32_t options : {0u, 1u, 2u, 63u}) {  // shared, allocated, own palette, both
     SCOPED_TRACE(options);
-    const auto attempt = [&](unsigned) {
+    each_failure([&](unsigned) {
       BitmapHandle dup;
-      const ResultCode rc = V_DupBitmapNewDim(&dup, source.get(), S, 8, 6, 12, options);
+      const ResultCode rc = V_DupBitmapNewDim(&dup, &s, S, 8, 6, 12, options);
       stop_failing();
       if (rc == RC_NO_MEMORY) return;
       ASSERT_EQ(rc, RC_SUCCESS);
-      EXPECT_TRUE(dup.Width == 8 && dup.Height == 6 && dup.Order == ORDER_GRAY);
-      EXPECT_EQ(dup.ViewPerspective, VIEW_RIGHT_TOP);
-      EXPECT_TRUE(dup.XResolution == 300 && dup.YResolution == 200 && dup.Playback[2] == 9);
-      EXPECT_TRUE(dup.Reserved2[0] == 1234u && dup.ColorCount == source->ColorCount);
-      EXPECT_EQ(dup.Flags & (FLAG_CARRIED | FLAG_RESTRICTED), FLAG_CARRIED | FLAG_RESTRICTED);
-      EXPECT_EQ((options & DUP_OWN_PALETTE) != 0, dup.Palette != source->Palette);
+      EXPECT_TRUE(dup.Width == 8 && dup.Height == 6);
+      EXPECT_EQ(kept(dup), kept(s));
+      EXPECT_EQ((options & DUP_OWN_PALETTE) != 0, dup.Palette != s.Palette);
       if (options & DUP_ALLOCATE) {
-        EXPECT_TRUE(dup.Flags & FLAG_ALLOCATED && dup.Flags & FLAG_MAP_TABLE_SET);
-        EXPECT_TRUE(dup.MapTable[5] == 99 && dup.PaintScale == 250 && dup.PaintScaleParms[1] == 77);
-        ASSERT_EQ(dup.LUTLength, 4096u);
-        EXPECT_TRUE(dup.LUT != source->LUT && dup.LUT[7].Red == 42);
+        EXPECT_EQ(owned(dup), owned(s));
+        EXPECT_NE(dup.LUT, s.LUT);
       } else {
-        EXPECT_FALSE(dup.Flags & FLAG_ALLOCATED);
-        EXPECT_EQ(dup.MapTable, nullptr);
+        EXPECT_TRUE(!(dup.Flags & FLAG_ALLOCATED) && !dup.MapTable);
       }
-      dup.Extension = source.get();  // cleared or kept, never freed
+      dup.Extension = &s;  // cleared or kept, never freed
       EXPECT_EQ(V_FreeDuplicateBitmap(&dup, options), RC_SUCCESS);
-      EXPECT_EQ(dup.Extension, options & DUP_OWN_EXTENSION ? source.get() : nullptr);
-      EXPECT_EQ(source->Palette[15].Red, 255) << "the palette survives a shared duplicate";
-    };
-    each_failure(attempt);
+      EXPECT_EQ(dup.Extension, options & DUP_OWN_EXTENSION ? &s : nullptr);
+      EXPECT_EQ(s.Palette[15].Red, 255) << "the palette survives a shared duplicate";
+    });
   }
 }
 

@@ -26,7 +26,7 @@ TEST(Helpers, TrigMatchesTheRoundedSineAndCosineEverywhere) {
 TEST(Helpers, SquareRootIsTheFloorOfTheRealRoot) {
   std::vector<uint32_t> values(1u << 18);
   std::iota(values.begin(), values.end(), 0u);
-  for (uint64_t k = 2; k <= 65536; ++k)
+  for (uint64_t k = 512; k <= 65536; ++k)
     values.insert(values.end(), {uint32_t(k * k - 1), uint32_t(k * k), uint32_t(k * k + 1)});
   std::mt19937 random(12345);
   for (int i = 0; i < 200000; ++i)
@@ -46,19 +46,17 @@ TEST(Helpers, SkipPathReturnsTheNamePart) {
   EXPECT_EQ(V_SkipPath(nullptr), nullptr);
 }
 
-// Every code has a text of its own; anything else is unknown.
+// Every code has a text of its own, none the text of unknown codes.
 TEST(ResultText, NamesEveryCode) {
   const std::string unknown = V_ResultText(0);
-  std::set<std::string> texts;
+  std::set<std::string> texts{unknown};
   for (ResultCode code :
        {RC_SUCCESS, RC_NO_MEMORY, RC_INVALID_BITMAP, RC_IMAGE_TOO_LARGE, RC_FILE_SEEK,
         RC_FILE_WRITE, RC_FILE_READ, RC_EMPTY_AREA, RC_INVALID_PARAMETER, RC_INVALID_FORMAT,
         RC_INVALID_BITS_PER_PIXEL, RC_DISK_FULL, RC_INVALID_STRUCT_SIZE, RC_INVALID_HANDLE,
-        RC_BITMAP_RESTRICTED, RC_INVALID_LUT_LENGTH}) {
-    EXPECT_NE(V_ResultText(code), unknown) << code;
+        RC_BITMAP_RESTRICTED, RC_INVALID_LUT_LENGTH})
     texts.insert(V_ResultText(code));
-  }
-  EXPECT_EQ(texts.size(), 16u) << "one text per code";
+  EXPECT_EQ(texts.size(), 17u);
   EXPECT_EQ(V_ResultText(-6), unknown);
 }
 
