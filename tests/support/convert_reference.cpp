@@ -16,27 +16,20 @@ int64_t depth_of(int32_t bits) {
   return bits == 0 ? 8 : bits;
 }
 
-// The format table: which orders each depth takes.
-bool accepted(int32_t bits, int32_t order) {
-  if (bits >= 0 && bits <= 8) return true;  // the order is ignored
-  const bool colour = order == ORDER_RGB || order == ORDER_BGR;
-  if (bits == 12) return order == ORDER_GRAY;
-  if (bits == 16 || bits == 32) return colour || order == ORDER_GRAY;
-  if (bits == 24 || bits == 48) return colour || order == ORDER_MATRIX;
-  return bits == 64 && colour;
-}
+enum class Domain { None, Palette, Gray, Colour };
 
-enum class Domain { Palette, Gray, Colour };
-
-// For an accepted format.
+// What the pixels of each depth hold in each order (None: not taken); up to 8 bits, any order.
 Domain domain_of(int32_t bits, int32_t order) {
+  const bool colour = order == ORDER_RGB || order == ORDER_BGR, gray = order == ORDER_GRAY;
   if (bits >= 1 && bits <= 8) return Domain::Palette;
-  if (bits == 0 || bits == 12 || order == ORDER_GRAY) return Domain::Gray;
-  return Domain::Colour;
+  if (bits == 0 || (gray && (bits == 12 || bits == 16 || bits == 32))) return Domain::Gray;
+  if ((colour && (bits == 16 || bits == 32 || bits == 64)) ||
+      ((colour || order == ORDER_MATRIX) && (bits == 24 || bits == 48)))
+    return Domain::Colour;
+  return Domain::None;
 }
 
-// Only 24 and 48-bit pixels hold matrix samples; on a palette or gray8 side
-// the order means nothing, ORDER_MATRIX included.
+// Only 24 and 48-bit pixels hold matrix samples: on other sides ORDER_MATRIX means nothing.
 bool in_matrix_space(int32_t bits, int32_t order) {
   return (bits == 24 || bits == 48) && order == ORDER_MATRIX;
 }
@@ -45,8 +38,7 @@ bool in_matrix_space(int32_t bits, int32_t order) {
 struct Pixel {
   uint32_t index = 0;  // palette formats
   bool wide = false;   // gray: v over the mask s, else v is a gray8 value
-  uint64_t v = 0;
-  uint64_t s = 255;
+  uint64_t v = 0, s = 255;
   bool deep = false;  // colour: 16-bit samples, else 8-bit components
   uint32_t red = 0, green = 0, blue = 0;
   bool has_alpha = false;
@@ -57,8 +49,7 @@ struct Rgb {
   uint32_t red, green, blue;
 };
 
-// Pixels are read and written through the plain pixel layout of test_support
-// (get_pixel, set_pixel); gray8 pixels are 8-bit ones.
+// Pixels go through the plain layout of pixel_reference; gray8 pixels are 8-bit ones.
 uint64_t get(const Bytes &b, int32_t bits, uint64_t i) {
   return get_pixel(b.data(), static_cast<int>(depth_of(bits)), i);
 }
@@ -67,22 +58,16 @@ void put(Bytes &b, int32_t bits, uint64_t i, uint64_t value) {
   set_pixel(b.data(), static_cast<int>(depth_of(bits)), i, value);
 }
 
-uint32_t widen5(uint32_t c) {
-  return c << 3 | c >> 2;
-}
-
-uint32_t gray8_of(const Rgb &c) {
-  return (2 * c.red + 5 * c.green + c.blue + 4) >> 3;
-}
-
 // RGB stores red first; BGR and matrix samples store blue first.
 Pixel read_colour(const Bytes &b, uint64_t i, int32_t bits, int32_t order) {
   Pixel p;
   uint32_t c[4] = {};
   const uint64_t v = get(b, bits, i);
-  if (bits == 16) {  // bit 15 is not part of the colour
-    for (int k = 0; k < 3; ++k)
-      c[k] = widen5(static_cast<uint32_t>(v >> (5 * k)) & 31u);
+  if (bits == 16) {  // 5 bits each, widened by repeating their top; bit 15 is unused
+    for (int k = 0; k < 3; ++k) {
+      const uint32_t f = static_cast<uint32_t>(v >> (5 * k)) & 31u;
+      c[k] = f << 3 | f >> 2;
+    }
   } else {  // components of one byte, or of two on 48 and 64 bits
     p.deep = bits >= 48;
     const int size = p.deep ? 16 : 8;
@@ -111,9 +96,7 @@ void leave_matrix_space(Pixel &p) {
   p.red = sample(-2156 * b0 - 6498 * b1 + 16846 * b2 + 4095);
 }
 
-// BGR samples into matrix space. The weights of the blue row sum to 8193,
-// so near-white 16-bit samples come out above 65535 and are clamped to
-// 65535. 8-bit samples never exceed 255.
+// BGR samples into matrix space; the blue weights sum to 8193, so near-white 16 bits clamp.
 void enter_matrix_space(Rgb &c, uint32_t top) {
   const uint64_t b0 = c.blue, b1 = c.green, b2 = c.red;
   const auto clamp = [top](uint64_t v) { return static_cast<uint32_t>(v > top ? top : v); };
@@ -136,47 +119,35 @@ void write_colour(Bytes &b, uint64_t i, int32_t bits, int32_t order, const Rgb &
   put(b, bits, i, pixel);
 }
 
-// The source pixel as 8-bit components: a palette entry, a gray level three
-// times, or a colour (16-bit samples by their high bytes).
-Rgb components8(const Pixel &p, Domain from, const PaletteEntry *palette) {
+// The source pixel as 8-bit components or 16-bit samples: a palette entry, a gray level three
+// times, or a colour. 8 bits widen to 16 by repeating the byte, 16 narrow to the high byte.
+Rgb components(const Pixel &p, Domain from, const PaletteEntry *palette, bool sixteen) {
+  const uint32_t w = sixteen ? 257 : 1;
   if (from == Domain::Palette) {
     const PaletteEntry &e = palette[p.index];
-    return {e.Red, e.Green, e.Blue};
+    return {e.Red * w, e.Green * w, e.Blue * w};
   }
-  const uint32_t g = static_cast<uint32_t>(p.wide ? p.v * 255 / p.s : p.v), shift = p.deep ? 8 : 0;
-  if (from == Domain::Gray) return {g, g, g};
-  return {p.red >> shift, p.green >> shift, p.blue >> shift};
-}
-
-// The source pixel as 16-bit samples.
-Rgb samples16(const Pixel &p, Domain from, const PaletteEntry *palette) {
-  if (from == Domain::Gray && p.wide) {
-    const uint32_t g = static_cast<uint32_t>(p.v * 65535 / p.s);
+  if (from == Domain::Gray) {
+    const auto g = static_cast<uint32_t>(p.wide ? p.v * (255 * w) / p.s : p.v * w);
     return {g, g, g};
   }
-  if (from == Domain::Colour && p.deep) return {p.red, p.green, p.blue};
-  const Rgb c = components8(p, from, palette);
-  return {c.red * 257, c.green * 257, c.blue * 257};
+  if (p.deep == sixteen) return {p.red, p.green, p.blue};
+  if (sixteen) return {p.red * w, p.green * w, p.blue * w};
+  return {p.red >> 8, p.green >> 8, p.blue >> 8};
 }
 
 // The gray value of n bits (before its shift) that the source pixel gives.
 uint64_t gray_value(const Pixel &p, Domain from, const PaletteEntry *palette, uint32_t n) {
   const uint64_t m = (uint64_t{1} << n) - 1;
   if (from == Domain::Gray && p.wide) return p.v * m / p.s;  // fits: both below 2^32
-  const uint64_t g = from == Domain::Gray ? p.v : gray8_of(components8(p, from, palette));
+  const Rgb c = components(p, from, palette, false);
+  const uint64_t g = from == Domain::Gray ? p.v : (2 * c.red + 5 * c.green + c.blue + 4) >> 3;
   return n > 8 ? g * m / 255 : g >> (8 - n);
 }
 
 int order_code(int32_t r, int32_t g, int32_t b) {
-  int code = 0;
-  if (r < b) code += 4;
-  if (g < std::min(r, b)) code += 2;
-  if (std::max(r, b) < std::max(g, std::min(r, b))) code += 1;
-  return code;
-}
-
-bool is_level(const PaletteEntry &e, int level) {
-  return e.Red == level && e.Green == level && e.Blue == level;
+  return (r < b ? 4 : 0) + (g < std::min(r, b) ? 2 : 0) +
+         (std::max(r, b) < std::max(g, std::min(r, b)) ? 1 : 0);
 }
 
 }  // namespace
@@ -186,13 +157,12 @@ int32_t reference_find_palette_index(const PaletteEntry *entries, uint32_t count
   if (entries == nullptr) return 0;
   if (count == 0) return -1;
   const int32_t last = static_cast<int32_t>(count - 1);
-  if (red == 0 && green == 0 && blue == 0) {
-    if (is_level(entries[0], 0)) return 0;
-    if (is_level(entries[last], 0)) return last;
-  }
-  if (red == 255 && green == 255 && blue == 255) {
-    if (is_level(entries[last], 255)) return last;
-    if (is_level(entries[0], 255)) return 0;
+  // Black is looked for at the first entry, then the last; white the other way round.
+  if (red == green && green == blue && (red == 0 || red == 255)) {
+    for (const int32_t end : {red == 0 ? 0 : last, red == 0 ? last : 0}) {
+      const PaletteEntry &e = entries[end];
+      if (e.Red == red && e.Green == red && e.Blue == red) return end;
+    }
   }
   const int wanted = order_code(red, green, blue);
   int32_t best = 0;
@@ -221,8 +191,8 @@ ResultCode reference_convert(Bytes &buffer, uint32_t width, int32_t src_bits, in
                              const PaletteEntry *dst_palette, int32_t flags, int32_t low_bit,
                              int32_t high_bit) {
   // Validation: nothing is written unless it all passes.
-  if (width == 0 || !accepted(src_bits, src_order) || !accepted(dst_bits, dst_order))
-    return RC_INVALID_PARAMETER;
+  const Domain from = domain_of(src_bits, src_order), to = domain_of(dst_bits, dst_order);
+  if (width == 0 || from == Domain::None || to == Domain::None) return RC_INVALID_PARAMETER;
   if (src_order != ORDER_GRAY) flags &= ~CVT_SRC_BITS;  // the orders decide the gray flags
   if ((flags & CVT_SRC_BITS) && (flags & CVT_DST_BITS)) return RC_INVALID_PARAMETER;
   if ((flags & CVT_DST_BITS) && dst_order != ORDER_GRAY) return RC_INVALID_PARAMETER;
@@ -232,40 +202,33 @@ ResultCode reference_convert(Bytes &buffer, uint32_t width, int32_t src_bits, in
   // A range of the whole pixel is no range; any other must lie in the pixel.
   const bool ranged = (flags & (CVT_SRC_BITS | CVT_DST_BITS)) && (low != 0 || high != depth - 1);
   if (ranged && (high > depth - 1 || low > high)) return RC_INVALID_PARAMETER;
-  const bool src_range = ranged && src_side;
   // Where each side's gray value sits: `n` bits from bit `shift` up.
-  const bool dst_range = ranged && !src_side;
-  const uint32_t range_n = static_cast<uint32_t>(high - low + 1);
-  const uint32_t src_shift = src_range ? static_cast<uint32_t>(low) : 0;
-  const uint32_t src_n = src_range ? range_n : static_cast<uint32_t>(depth_of(src_bits));
-  const uint32_t dst_shift = dst_range ? static_cast<uint32_t>(low) : 0;
-  const uint32_t dst_n = dst_range ? range_n : static_cast<uint32_t>(depth_of(dst_bits));
+  const bool src_range = ranged && src_side, dst_range = ranged && !src_side;
+  const auto n = static_cast<uint32_t>(high - low + 1), shift = static_cast<uint32_t>(low);
+  const uint32_t src_shift = src_range ? shift : 0, dst_shift = dst_range ? shift : 0;
+  const uint32_t src_n = src_range ? n : static_cast<uint32_t>(depth_of(src_bits));
+  const uint32_t dst_n = dst_range ? n : static_cast<uint32_t>(depth_of(dst_bits));
 
   if (buffer.size() <
       std::max(reference_row_bytes(width, src_bits), reference_row_bytes(width, dst_bits)))
     throw std::length_error("reference_convert: the buffer does not hold the row");
 
-  const Domain from = domain_of(src_bits, src_order);
-  const Domain to = domain_of(dst_bits, dst_order);
   if (from == Domain::Palette && src_palette == nullptr)
     src_palette = V_IntGetFixedPalette(src_bits);
   if (to == Domain::Palette && dst_palette == nullptr) dst_palette = V_IntGetFixedPalette(dst_bits);
   const uint32_t src_count = from == Domain::Palette ? 1u << src_bits : 0;
   const uint32_t dst_count = to == Domain::Palette ? 1u << dst_bits : 0;
-  const bool inverse =
-      in_matrix_space(src_bits, src_order) && !in_matrix_space(dst_bits, dst_order);
-  const bool forward =
-      in_matrix_space(dst_bits, dst_order) && !in_matrix_space(src_bits, src_order);
+  const bool src_matrix = in_matrix_space(src_bits, src_order);
+  const bool dst_matrix = in_matrix_space(dst_bits, dst_order);
 
-  // Decode the whole row first.
-  std::vector<Pixel> pixels(width);
+  std::vector<Pixel> pixels(width);  // the whole row is decoded first
   for (uint32_t i = 0; i < width; ++i) {
     Pixel &p = pixels[i];
     if (from == Domain::Palette) {
       p.index = static_cast<uint32_t>(get(buffer, src_bits, i));
     } else if (from == Domain::Colour) {
       p = read_colour(buffer, i, src_bits, src_order);
-      if (inverse) leave_matrix_space(p);
+      if (src_matrix && !dst_matrix) leave_matrix_space(p);
     } else if (src_bits == 0 && !src_range) {
       p.v = get(buffer, src_bits, i);
     } else {
@@ -275,33 +238,29 @@ ResultCode reference_convert(Bytes &buffer, uint32_t width, int32_t src_bits, in
     }
   }
 
-  // Palette to palette keeps the indices when the destination palette starts
-  // with the source's entries, reserved bytes included.
+  // Palette to palette keeps the indices when the destination starts with the source's entries.
   const bool same_indices =
       from == Domain::Palette && to == Domain::Palette && dst_count >= src_count &&
       std::memcmp(src_palette, dst_palette, src_count * sizeof(PaletteEntry)) == 0;
 
-  // Encode into a copy, so that bits outside the destination row keep their values.
-  Bytes out = buffer;
+  Bytes out = buffer;  // encoded into a copy: bits after the destination row keep their values
   const bool deep_dst = dst_bits == 48 || dst_bits == 64;
   const bool fill_alpha = (flags & (CVT_ALPHA_FILL | CVT_ALPHA_SET)) != 0;
   for (uint32_t i = 0; i < width; ++i) {
     const Pixel &p = pixels[i];
     if (to == Domain::Palette) {
-      const Rgb c = components8(p, from, src_palette);
+      const Rgb c = components(p, from, src_palette, false);
       const int32_t nearest =
           reference_find_palette_index(dst_palette, dst_count, c.red, c.green, c.blue);
       put(out, dst_bits, i, same_indices ? p.index : static_cast<uint32_t>(nearest));
     } else if (to == Domain::Gray) {
       put(out, dst_bits, i, gray_value(p, from, src_palette, dst_n) << dst_shift);
     } else {
-      Rgb c = deep_dst ? samples16(p, from, src_palette) : components8(p, from, src_palette);
-      if (forward) enter_matrix_space(c, deep_dst ? 0xFFFF : 0xFF);
-      uint32_t alpha = 0;
+      Rgb c = components(p, from, src_palette, deep_dst);
+      if (dst_matrix && !src_matrix) enter_matrix_space(c, deep_dst ? 0xFFFF : 0xFF);
+      uint32_t alpha = fill_alpha ? (deep_dst ? 0xFFFF : 0xFF) : 0;
       if (p.has_alpha)
         alpha = p.deep == deep_dst ? p.alpha : deep_dst ? p.alpha * 257 : p.alpha >> 8;
-      else if (fill_alpha)
-        alpha = deep_dst ? 0xFFFF : 0xFF;
       write_colour(out, i, dst_bits, dst_order, c, alpha);
     }
   }
