@@ -1,5 +1,6 @@
-// Peer comparison, Leptonica: pixConvertRGBToLuminance, pixRemoveColormap, on the jobs of
-// convert_bench.cpp: single-threaded, cold caches, out of place as its interface works.
+// Peer comparison, Leptonica: pixConvertRGBToLuminance and pixRemoveColormap on the jobs of
+// convert_bench.cpp, pixRotateOrth and pixFlipLR on those of orientation_bench.cpp:
+// single-threaded, cold caches, out of place as its interface works.
 #include <benchmark/benchmark.h>
 
 #include <cstring>
@@ -46,6 +47,30 @@ void BM_Leptonica_Palette8_to_32(benchmark::State &s) {
       });
   pixDestroy(&src);
 }
+// A 1-bit 8192 x 8192 page of the shared random bytes.
+PIX *leptonica_page() {
+  PIX *pix = pixCreate(8192, 8192, 1);
+  std::memcpy(pixGetData(pix), source_bytes().data(), std::size_t{8192} * 8192 / 8);
+  return pix;
+}
+void BM_Leptonica_Rotate90_1bit(benchmark::State &s) {
+  PIX *src = leptonica_page();
+  cold_loop(
+      s, int64_t{8192} * 8192 / 4, [] {},
+      [&] {
+        PIX *dst = pixRotateOrth(src, 1);
+        pixDestroy(&dst);
+      });
+  pixDestroy(&src);
+}
+void BM_Leptonica_Mirror_1bit(benchmark::State &s) {
+  PIX *src = leptonica_page();
+  cold_loop(
+      s, int64_t{8192} * 8192 / 4, [] {}, [&] { pixFlipLR(src, src); });
+  pixDestroy(&src);
+}
+BENCHMARK(BM_Leptonica_Rotate90_1bit)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Leptonica_Mirror_1bit)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Leptonica_32_to_Gray8)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Leptonica_Palette8_to_32)->Unit(benchmark::kMillisecond);
 

@@ -21,6 +21,14 @@ cc "${flags[@]}" "$check/c_check.c" -o "$build/c_check/c_check_pkgconfig" \
   -Wl,-rpath,"$prefix/lib"
 "$build/c_check/c_check_pkgconfig"
 
+# The example programs build against the installed library and run.
+cmake -S "$root/examples" -B "$build/examples" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" \
+  -DCMAKE_C_FLAGS="-Wall -Wextra -Werror" >/dev/null
+cmake --build "$build/examples"
+for tour in storage_tour color_tour orientation_tour; do
+  "$build/examples/$tour" >"$build/examples/$tour.out"
+done
+
 # The archive must link into C programs with the C linker alone: nothing it
 # leaves undefined may come from the C++ run-time.
 archive="$prefix/lib/libvxkrn.a"

@@ -11,7 +11,7 @@ packages=(
 )
 # Peer libraries the benchmarks compare with; the library never links them.
 if [ "${1:-}" = "--bench-peers" ]; then
-  packages+=(libopencv-imgproc-dev libpixman-1-dev libfreeimage-dev libleptonica-dev)
+  packages+=(libopencv-imgproc-dev libpixman-1-dev libfreeimage-dev libleptonica-dev libvips-dev)
 fi
 
 missing=()

@@ -35,8 +35,9 @@ VXKRN_API ResultCode V_DupBitmapNewDim(BitmapHandle *bitmap, const BitmapHandle 
 VXKRN_API ResultCode V_FreeDuplicateBitmap(BitmapHandle *bitmap, uint32_t options);
 
 /* Copy the source into `destination`, a new bitmap with storage of the
- * source's kind and its own palette. Copying a bitmap onto itself does
- * nothing. Returns RC_SUCCESS; RC_INVALID_PARAMETER a null record or an unallocated source;
+ * source's kind (a compressed source gives a compressed copy) and its own
+ * palette. Copying a bitmap onto itself does nothing. A disk bitmap whose
+ * file was cut short gives RC_FILE_READ and no copy. Returns RC_SUCCESS; RC_INVALID_PARAMETER a null record or an unallocated source;
  * RC_INVALID_STRUCT_SIZE the source's StructSize or struct_size; the codes of duplication and
  * V_CopyBitmapData (the destination is then freed again). */
 VXKRN_API ResultCode V_CopyBitmap(BitmapHandle *destination, BitmapHandle *source,
@@ -47,7 +48,9 @@ VXKRN_API ResultCode V_CopyBitmap2(BitmapHandle *destination, BitmapHandle *sour
                                    int32_t memory_type, uint32_t struct_size);
 
 /* Copy the rows of one allocated bitmap into another of the same format, as
- * they are (no conversion). Two compressed bitmaps exchange compressed rows.
+ * they are (no conversion). Two compressed bitmaps of one width exchange
+ * compressed rows as they are, so a compressed copy stays compressed even
+ * where its records are larger than the plain rows would be.
  * Both bitmaps are accessed for the copy (when in memory) and released again
  * unless they were accessed already; the same holds for every copy here.
  * Returns RC_SUCCESS (at once for the same record); RC_INVALID_BITMAP a null or unallocated record;

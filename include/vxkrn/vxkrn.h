@@ -11,6 +11,7 @@
 #include <vxkrn/file.h>
 #include <vxkrn/convert.h>
 #include <vxkrn/copy.h>
+#include <vxkrn/orientation.h>
 #include <vxkrn/heap.h>
 #include <vxkrn/compress.h>
 

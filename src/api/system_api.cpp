@@ -240,6 +240,8 @@ const char *V_ResultText(ResultCode code) {
       return "bitmap restricted";
     case RC_INVALID_LUT_LENGTH:
       return "lookup table length does not fit";
+    case RC_NOT_SUPPORTED:
+      return "not supported yet";
     default:
       return "unknown result code";
   }

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "color/convert_engine.h"
+#include "platform/cpu.h"
 
 namespace vxkrn::color {
 
@@ -18,17 +19,12 @@ struct SimdKernels {
   ConvertFn rgb48_to_rgb24 = nullptr;  // same channel order on both sides only
 };
 
-// Instruction set levels of the kernels, each including the ones before it.
-enum class SimdLevel : int { None, Ssse3, Avx2 };
-
+// The kernels of the level platform::simd_level() allows.
 const SimdKernels &simd_kernels() noexcept;
 
-// The highest level this processor runs.
-SimdLevel supported_simd_level() noexcept;
-
-// Tests cap the level to run every kernel set, down to the scalar kernels,
-// on one machine: a processor with AVX2 otherwise never runs the SSSE3
-// versions of the kernels both sets have. The default is no cap.
-void set_simd_cap(SimdLevel cap) noexcept;
+// The level and its cap are the platform's, shared by every family.
+using platform::set_simd_cap;
+using platform::SimdLevel;
+using platform::supported_simd_level;
 
 }  // namespace vxkrn::color

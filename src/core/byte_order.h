@@ -36,4 +36,17 @@ inline void store64(std::uint8_t *p, std::uint64_t v) {
   std::memcpy(p, &v, 8);
 }
 
+// Big-endian words: eight bytes of packed pixels, the first pixel in the
+// most significant bits.
+inline std::uint64_t load_be64(const std::uint8_t *p) {
+  std::uint64_t v;
+  std::memcpy(&v, p, 8);
+  if constexpr (std::endian::native == std::endian::little) v = __builtin_bswap64(v);
+  return v;
+}
+inline void store_be64(std::uint8_t *p, std::uint64_t v) {
+  if constexpr (std::endian::native == std::endian::little) v = __builtin_bswap64(v);
+  std::memcpy(p, &v, 8);
+}
+
 }  // namespace vxkrn::core

@@ -4,6 +4,7 @@
 #include "core/compressed_storage.h"
 
 #include <cstring>
+#include <utility>
 
 #include "core/record.h"
 #include "core/bitmap_heap.h"
@@ -220,6 +221,14 @@ ResultCode compressed_put_record(BitmapHandle &bitmap, int32_t row,
   table->stored_bytes += words_to_record_bytes(words);
   bitmap.Size = capped_size(table->stored_bytes);
   return RC_SUCCESS;
+}
+
+bool compressed_swap_rows(BitmapHandle &bitmap, int32_t a, int32_t b) noexcept {
+  Table *table = table_of(bitmap);
+  RowGroup *group = group_of(table, a);
+  if (group != group_of(table, b)) return false;
+  std::swap(row_ref(group, a), row_ref(group, b));
+  return true;
 }
 
 bool compressed_grow(BitmapHandle &bitmap, uint32_t bytes) noexcept {

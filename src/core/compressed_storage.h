@@ -38,6 +38,10 @@ void compressed_get_record(const BitmapHandle &bitmap, int32_t row, uint8_t *out
 // it was.
 ResultCode compressed_put_record(BitmapHandle &bitmap, int32_t row, const uint8_t *record) noexcept;
 
+// Exchange rows a and b when they lie in one row group (their records stay
+// where they are in its arena); false, nothing changed, when they do not.
+bool compressed_swap_rows(BitmapHandle &bitmap, int32_t a, int32_t b) noexcept;
+
 // Grow every group's arena by a share of `bytes`, or trim every arena, from
 // the last group to the first; false at the first arena that cannot.
 bool compressed_grow(BitmapHandle &bitmap, uint32_t bytes) noexcept;

@@ -12,13 +12,17 @@ namespace vxkrn::core {
 
 class Progress {
  public:
-  Progress(CallbackSlot callback, uint32_t rows)
-      : callback_(callback),
-        rows_(rows),
-        step_(rows ? 100 / rows : 0),
-        remainder_(rows ? 100 % rows : 0) {}
+  // Percents run from `first` to `last` (0 to 100 unless an operation is
+  // one stage of a longer one); both are clamped to 0..100 and `last` is
+  // raised to `first` when below it.
+  Progress(CallbackSlot callback, uint32_t rows, int32_t first = 0, int32_t last = 100)
+      : callback_(callback), rows_(rows), percent_(clamp(first)) {
+    const uint32_t span = clamp(last) > percent_ ? clamp(last) - percent_ : 0;
+    step_ = rows ? span / rows : 0;
+    remainder_ = rows ? span % rows : 0;
+  }
 
-  // The call with 0 before the first row.
+  // The call with the first percent before the first row.
   ResultCode start() { return report(); }
 
   // Run step(y) for y = 0 .. rows - 1 with the reports around it: 0 first,
@@ -54,9 +58,14 @@ class Progress {
     return callback_.function(static_cast<int32_t>(percent_), callback_.user_data);
   }
 
+  static uint32_t clamp(int32_t percent) {
+    return percent < 0 ? 0 : percent > 100 ? 100 : static_cast<uint32_t>(percent);
+  }
+
   CallbackSlot callback_;
-  uint32_t rows_, step_, remainder_;
-  uint32_t percent_ = 0, carried_ = 0;
+  uint32_t rows_;
+  uint32_t percent_, carried_ = 0;
+  uint32_t step_ = 0, remainder_ = 0;
 };
 
 // Silences both status callbacks of the thread for one scope: an operation
