@@ -37,9 +37,10 @@ VXKRN_API ResultCode V_FreeDuplicateBitmap(BitmapHandle *bitmap, uint32_t option
 /* Copy the source into `destination`, a new bitmap with storage of the
  * source's kind (a compressed source gives a compressed copy) and its own
  * palette. Copying a bitmap onto itself does nothing. A disk bitmap whose
- * file was cut short gives RC_FILE_READ and no copy. Returns RC_SUCCESS; RC_INVALID_PARAMETER a null record or an unallocated source;
- * RC_INVALID_STRUCT_SIZE the source's StructSize or struct_size; the codes of duplication and
- * V_CopyBitmapData (the destination is then freed again). */
+ * file was cut short gives RC_FILE_READ and no copy. Returns RC_SUCCESS; RC_INVALID_PARAMETER a
+ * null record or an unallocated source; RC_INVALID_STRUCT_SIZE the source's StructSize or
+ * struct_size; the codes of duplication and V_CopyBitmapData (the destination is then freed again).
+ */
 VXKRN_API ResultCode V_CopyBitmap(BitmapHandle *destination, BitmapHandle *source,
                                   uint32_t struct_size);
 
