@@ -50,7 +50,7 @@ typedef int32_t ResultCode;
 #define RC_INVALID_HANDLE (-814)        /* null large-block record or list without storage */
 #define RC_BITMAP_RESTRICTED (-1360)    /* FLAG_RESTRICTED set without FLAG_USE_LOW_HIGH */
 #define RC_INVALID_LUT_LENGTH (-1486)   /* LUTLength does not fit the gray description */
-#define RC_NOT_SUPPORTED (-1500)       /* a case this version does not handle yet */
+#define RC_NOT_SUPPORTED (-1500)        /* a case this version does not handle yet */
 
 /* Largest number of pixel-data bytes a bitmap may have. */
 #define BITMAP_SIZE_CAP 0xFFFF0000u
