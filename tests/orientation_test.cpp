@@ -468,4 +468,47 @@ TEST_F(OrientationBitmaps, LargeCompressedPagesTurnInBandsLikeMemory) {
   EXPECT_EQ(V_RotateBitmap(page.get(), 9000, 2, 0), RC_INVALID_PARAMETER);
 }
 
+// Codes for a null record, an unallocated one and one with a wrong size:
+// the public functions check in that order, the Int variants answer
+// RC_INVALID_BITMAP and skip the size (0: not called).
+TEST_F(OrientationBitmaps, BadRecordsGetTheirCodes) {
+  using Call = ResultCode (*)(BitmapHandle *);
+  const struct {
+    Call call;
+    ResultCode null, unallocated, wrong_size;
+  } cases[] = {
+      {V_FlipBitmap, -13, -13, -789},
+      {V_IntFlipBitmap, -2, -2, 0},
+      {V_ReverseBitmap, -13, -2, -789},
+      {V_IntReverseBitmap, -2, -2, 0},
+      {V_FlipBitmapViewPerspective, -13, 1, -789},
+      {V_IntFlipBitmapViewPerspective, -2, 1, 1},
+      {V_ReverseBitmapViewPerspective, -13, 1, -789},
+      {V_IntReverseBitmapViewPerspective, -2, 1, 1},
+      {[](BitmapHandle *b) { return V_RotateBitmapViewPerspective(b, 90); }, -13, 1, -789},
+      {[](BitmapHandle *b) { return V_IntRotateBitmapViewPerspective(b, 90); }, -13, 1, 1},
+      {[](BitmapHandle *b) { return V_RotateBitmap90(b, 0, 0, 100); }, -13, -2, -789},
+      {[](BitmapHandle *b) { return V_RotateBitmap(b, 9000, ROTATE_RESIZE, 0); }, -13, -2, -789},
+      {[](BitmapHandle *b) { return V_ChangeBitmapViewPerspective(nullptr, b, 0, 1); }, -13, -13,
+       -789},
+  };
+  OwnedBitmap bm;
+  make_bitmap(bm.bm, 4, 3, 8, MEM_CONVENTIONAL);
+  for (const auto &c : cases) {
+    SCOPED_TRACE(::testing::Message() << "case " << &c - cases);
+    BitmapHandle unallocated{};
+    unallocated.StructSize = BITMAPHANDLE_SIZE;
+    EXPECT_EQ(c.call(nullptr), c.null);
+    EXPECT_EQ(c.call(&unallocated), c.unallocated);
+    if (!c.wrong_size) continue;
+    bm->StructSize = 100;
+    EXPECT_EQ(c.call(bm.get()), c.wrong_size);
+    bm->StructSize = BITMAPHANDLE_SIZE;
+  }
+  OwnedBitmap copy;
+  EXPECT_EQ(V_ChangeBitmapViewPerspective(copy.get(), bm.get(), 100, 1), -789);
+  EXPECT_EQ(V_ChangeBitmapViewPerspective(copy.get(), bm.get(), BITMAPHANDLE_SIZE, 9), -13);
+  EXPECT_EQ(copy->Flags, 0u) << "nothing made";
+}
+
 }  // namespace
