@@ -185,30 +185,12 @@ TEST_F(OrientationBitmaps, EveryOperationMatchesTheReferenceInEveryStorage) {
 // bitmap, rows top-down.
 uint64_t viewed(const Bytes &rows, size_t stride, int bits, int32_t view, uint32_t w, uint32_t h,
                 uint64_t x, uint64_t y) {
-  uint64_t sx = x, sy = y;  // 1: rows from the top, columns from the left
-  switch (view) {
-    case 2:
-      sx = w - 1 - x;
-      break;
-    case 3:
-      sx = w - 1 - x, sy = h - 1 - y;
-      break;
-    case 4:
-      sy = h - 1 - y;
-      break;
-    case 5:
-      sx = y, sy = x;
-      break;
-    case 6:
-      sx = y, sy = h - 1 - x;
-      break;
-    case 7:
-      sx = w - 1 - y, sy = h - 1 - x;
-      break;
-    case 8:
-      sx = w - 1 - y, sy = x;
-      break;
-  }
+  // Transposed perspectives exchange the axes; then the stored columns or
+  // rows run against the picture's where the perspective says so.
+  const bool transposed = view >= 5;
+  uint64_t sx = transposed ? y : x, sy = transposed ? x : y;
+  if (view == 2 || view == 3 || view == 7 || view == 8) sx = w - 1 - sx;
+  if (view == 3 || view == 4 || view == 6 || view == 7) sy = h - 1 - sy;
   return get_pixel(&rows[sy * stride], bits, sx);
 }
 
