@@ -223,7 +223,9 @@ void expect_pixels_followed(BitmapHandle &source, BitmapHandle &moved) {
       ASSERT_TRUE(V_PointFromBitmap(&source, to, &px, &py) == 1 &&
                   V_RectFromBitmap(&source, to, &rect) == 1);
       ASSERT_TRUE(rect.Left == px && rect.Top == py && rect.Right == px + 1 &&
-                  rect.Bottom == py + 1);
+                  rect.Bottom == py + 1 && px >= 0 && py >= 0 && px < moved.Width &&
+                  py < moved.Height)
+          << x << ", " << y << " went to " << px << ", " << py;
       ASSERT_EQ(get_pixel(&moved_rows[size_t(py) * size_t(moved.BytesPerLine)], bits, uint64_t(px)),
                 get_pixel(&rows[size_t(y) * size_t(source.BytesPerLine)], bits, uint64_t(x)))
           << x << ", " << y << " went to " << px << ", " << py;

@@ -63,8 +63,10 @@ struct NewStorage {
 
 // One zero-filled block of Size + 31 bytes. False when it cannot be had.
 bool allocate_memory_block(const BitmapHandle &bitmap, NewStorage &out) {
-  void *block = platform::sys_alloc(platform::checked_product(std::uint64_t{bitmap.Size} + 31, 1));
+  const std::size_t bytes = platform::checked_product(std::uint64_t{bitmap.Size} + 31, 1);
+  void *block = platform::sys_alloc(bytes);
   if (!block) return false;
+  platform::prefault(block, bytes);
   const MemoryBlock aligned = aligned_in(block);
   out = NewStorage{block, aligned.data, aligned.align_offset, FLAG_ALLOCATED | FLAG_CONVENTIONAL,
                    true};

@@ -29,6 +29,11 @@ inline void rt_free(void *block) noexcept {
   heap_free(Heap::Runtime, block);
 }
 
+// Ask the system for every page of a large fresh block now rather than one
+// fault at a time on first touch (pixel blocks about to be written whole).
+// Advice only; small blocks and systems without it are left as they are.
+void prefault(void *block, std::size_t bytes) noexcept;
+
 // count x size in bytes, or SIZE_MAX when the product does not fit.
 std::size_t checked_product(std::uint64_t count, std::uint64_t size) noexcept;
 

@@ -1,6 +1,10 @@
 // The two heaps on the C run-time allocator, and the allocation hook.
 // Kept as separate families so tests can tell their blocks apart.
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <atomic>
+#include <cstdint>
 #include <cstdlib>
 
 #include "platform/heap.h"
@@ -42,7 +46,9 @@ void *heap_alloc(Heap heap, std::size_t bytes, bool zeroed) noexcept {
   if (bytes == SIZE_MAX || hook_fails(heap)) return nullptr;
   if (bytes == 0) bytes = 1;  // every successful call yields a distinct block
   void *block = zeroed ? std::calloc(1, bytes) : std::malloc(bytes);
-  if (block) live(heap).fetch_add(1, std::memory_order_relaxed);
+  if (block) {
+    live(heap).fetch_add(1, std::memory_order_relaxed);
+  }
   return block;
 }
 
@@ -50,6 +56,27 @@ void *heap_realloc(Heap heap, void *block, std::size_t bytes) noexcept {
   if (!block) return heap_alloc(heap, bytes, false);
   if (bytes == SIZE_MAX || hook_fails(heap)) return nullptr;
   return std::realloc(block, bytes ? bytes : 1);
+}
+
+// A large zeroed block is fresh mapped memory whose pages the system hands
+// out one fault at a time on first touch; bitmaps written across their rows
+// (a turn writes columns) touch them in the worst order. Asking for all the
+// pages at once costs a fraction of that. Advice only: a system without it
+// faults them in as before.
+void prefault(void *block, std::size_t bytes) noexcept {
+#if defined(__linux__)
+  constexpr int kPopulateWrite = 23;  // MADV_POPULATE_WRITE, Linux 5.14
+  // Small blocks gain nothing; giant ones may be meant to stay sparse.
+  constexpr std::size_t kLarge = std::size_t{4} << 20, kGiant = std::size_t{1} << 30;
+  if (bytes < kLarge || bytes > kGiant) return;
+  const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+  const auto at = reinterpret_cast<std::uintptr_t>(block);
+  const std::uintptr_t start = (at + page - 1) & ~(page - 1), end = (at + bytes) & ~(page - 1);
+  if (end > start) madvise(reinterpret_cast<void *>(start), end - start, kPopulateWrite);
+#else
+  (void)block;
+  (void)bytes;
+#endif
 }
 
 void heap_free(Heap heap, void *block) noexcept {
