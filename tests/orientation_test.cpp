@@ -420,8 +420,9 @@ TEST_F(OrientationBitmaps, StopsAndFailuresLeaveTheBitmapWhole) {
 
 // A compressed page taller than one row group (32768 rows) whose turned
 // rows fill four bands (of 1 MiB here), against its twin in memory: flips,
-// mirrors and turns give the same rows, turns stay compressed, and a
-// quarter turn each way is nothing.
+// mirrors and turns give the same rows, turns stay compressed; a quarter
+// turn each way, a half turn with a flip and a mirror, and four quarter
+// turns are nothing.
 TEST_F(OrientationBitmaps, LargeCompressedPagesTurnInBandsLikeMemory) {
   OwnedBitmap page, twin;
   make_bitmap(page.bm, 900, 33000, 1, MEM_CONVENTIONAL | MEM_MOD_COMPRESS);
@@ -439,6 +440,13 @@ TEST_F(OrientationBitmaps, LargeCompressedPagesTurnInBandsLikeMemory) {
   ASSERT_EQ(V_IntFlipBitmap(page.get()) + V_IntReverseBitmap(page.get()), 2);
   vxkrn::testing::set_turn_band_bytes(0);
   EXPECT_EQ(read_rows(page.bm), rows);
+  ASSERT_EQ(V_RotateBitmap(page.get(), 18000, 0, 0) + V_IntFlipBitmap(page.get()) +
+                V_IntReverseBitmap(page.get()),
+            3);
+  EXPECT_EQ(read_rows(page.bm), rows) << "a half turn is a flip and a mirror";
+  for (int quarter = 0; quarter < 4; ++quarter)
+    ASSERT_EQ(V_RotateBitmap90(page.get(), 1, 0, 100), RC_SUCCESS);
+  EXPECT_EQ(read_rows(page.bm), rows) << "four quarter turns are nothing";
   EXPECT_EQ(V_RotateBitmap(page.get(), 4500, ROTATE_RESIZE, 0), RC_NOT_SUPPORTED);
   EXPECT_EQ(V_RotateBitmap(page.get(), 9000, 0, 0), RC_NOT_SUPPORTED) << "not square";
   EXPECT_EQ(V_RotateBitmap(page.get(), 9000, 2, 0), RC_INVALID_PARAMETER);
