@@ -235,12 +235,47 @@ void expect_pixels_followed(BitmapHandle &source, BitmapHandle &moved) {
     }
 }
 
+// The view functions turn the picture as they say: flipped, mirrored, a
+// quarter clockwise (resolutions exchanged), or left as it is for a whole
+// turn; what is not a right angle is refused.
+void view_functions_turn_the_picture(int32_t from) {
+  OwnedBitmap bm;
+  make_bitmap(bm.bm, 4, 3, 8, MEM_CONVENTIONAL);
+  write_rows(bm.bm, random_rows(bm.bm, uint32_t(from)));
+  bm->ViewPerspective = from;
+  bm->XResolution = 300;
+  for (int op = kFlip; op <= kHalf; ++op) {
+    SCOPED_TRACE(::testing::Message() << "view " << from << ", op " << op);
+    uint32_t w;
+    const std::vector<uint64_t> before = picture(bm.bm, &w);
+    const uint32_t h = uint32_t(before.size()) / w;
+    const ResultCode rc = op == kFlip      ? V_FlipBitmapViewPerspective(bm.get())
+                          : op == kMirror  ? V_ReverseBitmapViewPerspective(bm.get())
+                          : op == kHalf    ? V_RotateBitmapViewPerspective(bm.get(), -540)
+                          : op == kAgainst ? V_IntRotateBitmapViewPerspective(bm.get(), 270 + 720)
+                                           : V_RotateBitmapViewPerspective(bm.get(), 90);
+    ASSERT_EQ(rc, RC_SUCCESS);
+    std::vector<uint64_t> want(before.size());
+    const bool turned = op == kClockwise || op == kAgainst;
+    for (uint64_t i = 0; i < before.size(); ++i) {
+      const At to = moved(Op(op), i % w, i / w, w, h);
+      want[to.y * (turned ? h : w) + to.x] = before[i];
+    }
+    EXPECT_EQ(picture(bm.bm), want);
+  }
+  EXPECT_EQ(bm->XResolution, 300) << "two quarter turns, one half turn";
+  EXPECT_EQ(V_RotateBitmapViewPerspective(bm.get(), 45), RC_INVALID_PARAMETER);
+  EXPECT_EQ(V_RotateBitmapViewPerspective(bm.get(), 720), RC_SUCCESS);
+  EXPECT_EQ(bm->ViewPerspective, from);
+}
+
 // Re-orienting keeps the picture for all 64 pairs, in place and into a new
 // record (which checks each pair's flip and angle against what the
 // perspectives mean), and points follow their pixels.
 TEST_F(OrientationBitmaps, ReorientingKeepsThePictureForEveryPair) {
   uint32_t seed = 7;
-  for (int32_t from = 1; from <= 8; ++from)
+  for (int32_t from = 1; from <= 8; ++from) {
+    view_functions_turn_the_picture(from);
     for (int32_t to = 1; to <= 8; ++to) {
       SCOPED_TRACE(::testing::Message() << from << " to " << to);
       int32_t flip = -1, angle = -1;
@@ -262,47 +297,12 @@ TEST_F(OrientationBitmaps, ReorientingKeepsThePictureForEveryPair) {
         if (!in_place) expect_pixels_followed(bm.bm, copy.bm);
       }
     }
+  }
   int32_t flip, angle;
   for (auto [from, to] : {std::pair{0, 1}, {1, 9}, {-13, 4}})
     EXPECT_EQ(V_GetChangeViewPerspectiveParams(from, to, &flip, &angle), RC_INVALID_PARAMETER);
   EXPECT_EQ(V_GetChangeViewPerspectiveParams(1, 2, &flip, nullptr), RC_INVALID_PARAMETER);
   EXPECT_TRUE(V_GetChangeViewPerspectiveParams(2, 8, &flip, &angle) == 1 && angle == 270);
-}
-
-// The view functions turn the picture as they say, from every perspective:
-// flipped, mirrored, a quarter clockwise (resolutions exchanged), or left
-// as it is for a whole turn; what is not a right angle is refused.
-TEST_F(OrientationBitmaps, ViewFunctionsTurnThePicture) {
-  for (int32_t view = 1; view <= 8; ++view) {
-    OwnedBitmap bm;
-    make_bitmap(bm.bm, 4, 3, 8, MEM_CONVENTIONAL);
-    write_rows(bm.bm, random_rows(bm.bm, uint32_t(view)));
-    bm->ViewPerspective = view;
-    bm->XResolution = 300;
-    for (int op = kFlip; op <= kHalf; ++op) {
-      SCOPED_TRACE(::testing::Message() << "view " << view << ", op " << op);
-      uint32_t w;
-      const std::vector<uint64_t> before = picture(bm.bm, &w);
-      const uint32_t h = uint32_t(before.size()) / w;
-      const ResultCode rc = op == kFlip      ? V_FlipBitmapViewPerspective(bm.get())
-                            : op == kMirror  ? V_ReverseBitmapViewPerspective(bm.get())
-                            : op == kHalf    ? V_RotateBitmapViewPerspective(bm.get(), -540)
-                            : op == kAgainst ? V_IntRotateBitmapViewPerspective(bm.get(), 270 + 720)
-                                             : V_RotateBitmapViewPerspective(bm.get(), 90);
-      ASSERT_EQ(rc, RC_SUCCESS);
-      std::vector<uint64_t> want(before.size());
-      const bool turned = op == kClockwise || op == kAgainst;
-      for (uint64_t i = 0; i < before.size(); ++i) {
-        const At to = moved(Op(op), i % w, i / w, w, h);
-        want[to.y * (turned ? h : w) + to.x] = before[i];
-      }
-      EXPECT_EQ(picture(bm.bm), want);
-    }
-    EXPECT_EQ(bm->XResolution, 300) << "two quarter turns, one half turn";
-    EXPECT_EQ(V_RotateBitmapViewPerspective(bm.get(), 45), RC_INVALID_PARAMETER);
-    EXPECT_EQ(V_RotateBitmapViewPerspective(bm.get(), 720), RC_SUCCESS);
-    EXPECT_EQ(bm->ViewPerspective, view);
-  }
 }
 
 // Worked by hand: a 10 x 20 frame from the top down to the bottom up; the
@@ -335,12 +335,6 @@ ResultCode record_call(int32_t percent, void *user) {
   auto *calls = static_cast<Calls *>(user);
   calls->percents.push_back(percent);
   return calls->percents.size() - 1 == calls->stop_at ? -42 : RC_SUCCESS;
-}
-
-bool same_record(const BitmapHandle &a, const BitmapHandle &b) {
-  return a.Width == b.Width && a.Height == b.Height && a.Flags == b.Flags &&
-         a.XResolution == b.XResolution && a.ViewPerspective == b.ViewPerspective &&
-         a.Size == b.Size && a.Data == b.Data;
 }
 
 // The operations with their progress range; each undoes itself when run
@@ -398,7 +392,7 @@ TEST_F(OrientationBitmaps, StopsAndFailuresLeaveTheBitmapWhole) {
             std::swap_ranges(&want[i * stride], &want[(i + 1) * stride], &want[(8 - i) * stride]);
           if (step == kMirrorRows) reference(kMirror, rows, stride, want, stride, 13, stop, 1);
           EXPECT_EQ(read_rows(bm.bm), want) << stop;
-          EXPECT_TRUE(step != kTurn || same_record(bm.bm, record));
+          EXPECT_TRUE(step != kTurn || same_bytes(bm.bm, record));
           write_rows(bm.bm, rows);
         }
       }
@@ -411,7 +405,7 @@ TEST_F(OrientationBitmaps, StopsAndFailuresLeaveTheBitmapWhole) {
           record = bm.bm;
         } else {
           EXPECT_TRUE(nth > 0 && rc == RC_NO_MEMORY) << rc;
-          EXPECT_TRUE(same_record(bm.bm, record));
+          EXPECT_TRUE(same_bytes(bm.bm, record));
         }
         EXPECT_EQ(read_rows(bm.bm), rows);
       });
