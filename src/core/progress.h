@@ -88,6 +88,11 @@ class QuietCallbacks {
   CallbackSlot status_, copy_;
 };
 
+// Every other row loop reports through the general status callback.
+inline Progress status_progress(uint32_t rows, int32_t first = 0, int32_t last = 100) {
+  return Progress(thread_state().status, rows, first, last);
+}
+
 // The copy family reports through the copy status callback.
 inline Progress copy_progress(uint32_t rows) {
   return Progress(thread_state().copy_status, rows);

@@ -25,10 +25,6 @@ namespace {
 using core::RowAccess;
 using core::StorageKind;
 
-core::Progress status_progress(std::int32_t steps) {
-  return core::Progress(core::thread_state().status, static_cast<std::uint32_t>(steps));
-}
-
 // Two buffers of a row, or of a record of the row, taken once.
 class RowPair {
  public:
@@ -77,7 +73,7 @@ void swap_bytes(std::uint8_t *a, std::uint8_t *b, std::uint64_t bytes) {
 ResultCode flip_rows(BitmapHandle &bitmap) noexcept {
   const std::int32_t height = bitmap.Height;
   RowAccess rows(bitmap, core::Lock::ForTheCall);
-  core::Progress progress = status_progress((height + 1) / 2);
+  core::Progress progress = core::status_progress(static_cast<std::uint32_t>((height + 1) / 2));
   const bool compressed = rows.kind() == StorageKind::Compressed;
   const std::uint64_t bytes = compressed ? core::max_record_bytes(std::uint64_t(bitmap.Width))
                                          : static_cast<std::uint32_t>(bitmap.BytesPerLine);
@@ -106,7 +102,7 @@ ResultCode flip_rows(BitmapHandle &bitmap) noexcept {
 
 ResultCode reverse_rows(BitmapHandle &bitmap) noexcept {
   RowAccess rows(bitmap, core::Lock::ForTheCall);
-  core::Progress progress = status_progress(bitmap.Height);
+  core::Progress progress = core::status_progress(static_cast<std::uint32_t>(bitmap.Height));
   const bool compressed = rows.kind() == StorageKind::Compressed;
   // A mirrored record may be one word longer than its source.
   const std::uint64_t bytes = compressed ? core::max_record_bytes(std::uint64_t(bitmap.Width)) + 2

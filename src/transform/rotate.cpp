@@ -36,11 +36,6 @@ constexpr std::uint64_t kBandBytes = std::uint64_t{16} << 20;
 constexpr std::uint64_t kChunkBytes = std::uint64_t{1} << 20;
 std::atomic<std::uint64_t> band_bytes{kBandBytes};
 
-core::Progress status_progress(std::uint64_t steps, std::int32_t first, std::int32_t last) {
-  return core::Progress(core::thread_state().status, static_cast<std::uint32_t>(steps), first,
-                        last);
-}
-
 class QuarterTurn {
  public:
   QuarterTurn(BitmapHandle &result, BitmapHandle &source, bool clockwise)
@@ -70,8 +65,9 @@ class QuarterTurn {
     // that those do not fit the counter reports once per pass.
     const std::uint32_t passes = (width_ + band_ - 1) / band_;
     per_row_ = std::uint64_t{height_} * passes <= UINT32_MAX;
-    core::Progress progress =
-        status_progress(per_row_ ? std::uint64_t{height_} * passes : passes, first, last);
+    core::Progress progress = core::status_progress(
+        static_cast<std::uint32_t>(per_row_ ? std::uint64_t{height_} * passes : passes), first,
+        last);
     VXKRN_TRY(progress.start());
     for (std::uint32_t r0 = 0; r0 < width_; r0 += band_) {
       VXKRN_TRY(band(r0, std::min(band_, width_ - r0), progress));
@@ -164,7 +160,8 @@ ResultCode turn_half(BitmapHandle &result, BitmapHandle &source, std::int32_t fi
   if (!block) return RC_NO_MEMORY;
   auto *a = static_cast<std::uint8_t *>(block.get());
   std::uint8_t *b = a + bytes;
-  core::Progress progress = status_progress(static_cast<std::uint32_t>(source.Height), first, last);
+  core::Progress progress =
+      core::status_progress(static_cast<std::uint32_t>(source.Height), first, last);
   return progress.each_row(source.Height, [&](std::int32_t y) -> ResultCode {
     const std::int32_t to = source.Height - 1 - y;
     if (records) {
